@@ -1,0 +1,185 @@
+// core/dispatch.cpp - the order of name resolution: built-in table, programs in memory, ado-path.
+#include "core/dispatch.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "core/ado_path.h"
+#include "core/command_table.h"
+#include "core/control.h"
+#include "core/frame.h"
+#include "core/names.h"
+#include "core/poll.h"
+#include "core/print.h"
+#include "core/program.h"
+#include "core/return_codes.h"
+#include "core/scanner.h"
+#include "core/session.h"
+#include "core/upcalls.h"
+
+namespace korva {
+
+namespace {
+
+constexpr int32_t kLastCommandNumber = 2147483646;
+
+void count_command() {
+    session.CommandCounter = session.CommandCounter >= kLastCommandNumber
+                                 ? 1
+                                 : session.CommandCounter + 1;
+}
+
+ReturnCode unrecognized(std::string_view word, std::string_view why) {
+    out_error("unrecognized command:  " + std::string(word) + std::string(why) + "\n");
+    return 199;
+}
+
+ReturnCode not_available(std::string_view name) {
+    out_error("command " + std::string(name) + " is not available yet\n");
+    return 199;
+}
+
+// Passes over a line while ExecuteFlag is 0: only words that open or carry blocks matter.
+ReturnCode skip_command(std::string_view word) {
+    const CommandRow* row = FindSkipCommand(word);
+    if (row == nullptr) return 0;
+    if (row->handler != nullptr) return row->handler(row->argument);
+    return SkipBlockOfLine();
+}
+
+// True if the full name of the command, or the word that names none, may stand in an ado-file
+// outside of its programs.
+bool allowed_here(const CommandRow* row) {
+    if (session.CommandsOutsideAllowed || session.InProgram) return true;
+    return row != nullptr && AllowedOutsidePrograms(row->name);
+}
+
+ReturnCode run_program_or_file() {
+    const std::string_view word = session.CommandWord;
+    if (word[0] == '.') return not_available("class reference");
+    if (FindProgram(word, session.Scope, kFindBoth) == nullptr) {
+        if (ReturnCode rc = AutoLoad("ado", true)) return rc;
+    }
+    return RunFile(ExecProgram, false);
+}
+
+// The interrupted line while an ado-file loads.
+struct InterruptedLine {
+    std::string line;
+    ScannerState scanner_state;
+    ptrdiff_t place;  // of the scanner in the line
+    char word[kMaxNameBytes + 1];
+    char scope[kMaxNameBytes + 1];
+    int32_t load_mark;
+    uint8_t outside_allowed;
+
+    void save() {
+        line = session.ConsoleBuffer;
+        scanner_state = scanner;
+        place = scanner.ScanPointer - session.ConsoleBuffer;
+        std::strcpy(word, session.CommandWord);
+        std::strcpy(scope, session.Scope);
+        load_mark = session.LoadMark;
+        outside_allowed = session.CommandsOutsideAllowed;
+    }
+    void restore() const {
+        std::memcpy(session.ConsoleBuffer, line.c_str(), line.size() + 1);
+        scanner = scanner_state;
+        scanner.ScanPointer = session.ConsoleBuffer + place;
+        std::strcpy(session.CommandWord, word);
+        std::strcpy(session.Scope, scope);
+        session.LoadMark = load_mark;
+        session.CommandsOutsideAllowed = outside_allowed;
+    }
+};
+
+// Says that the load failed, whatever is quiet now but a capture.
+void report_failed_load(std::string_view word, std::string_view extension) {
+    const LevelGuard level(kLevelInput);
+    out_text("(error occurred while loading " + std::string(word) + "." + std::string(extension) +
+             ")\n");
+}
+
+}  // namespace
+
+ReturnCode Dispatch() {
+    if (session.ShuttingDown) {
+        session.QuitSession = 1;
+        session.Unwind = 1;
+        return 0;
+    }
+    ResetSkeleton();
+    session.MessageLevel = kLevelResult;
+    count_command();
+    PollNow();
+    const std::string_view word = session.CommandWord;
+    if (word.empty() || word[0] == '*') return 0;
+    if (!session.ExecuteFlag) return skip_command(word);
+
+    const CommandRow* row = FindCommand(word);
+    if (!allowed_here(row)) return ReportError(161);
+    if (row == nullptr) return run_program_or_file();
+    if (row->handler == nullptr) return not_available(row->name);
+    return row->handler(row->argument);
+}
+
+void TakeCommandWord() {
+    std::snprintf(session.CommandWord, sizeof session.CommandWord, "%.32s", scanner.TokenBuffer);
+}
+
+ReturnCode DispatchNext() {
+    NextToken();
+    TakeCommandWord();
+    return Dispatch();
+}
+
+ReturnCode AutoLoad(std::string_view extension, bool mustDefine) {
+    const std::string word = session.CommandWord;
+    if (!IsValidName(word)) {
+        return extension == "class" ? 199 : unrecognized(word, " invalid command name");
+    }
+    std::string path;
+    if (!FindOnPath(word, extension, 1, &path)) return unrecognized(word, "");
+
+    InterruptedLine interrupted;
+    interrupted.save();
+    std::snprintf(session.ConsoleBuffer, size_t(session.conslen), "\"%s\"", path.c_str());
+    SetScanPointer(session.ConsoleBuffer);
+    std::strcpy(session.Scope, word.c_str());
+    session.LoadMark = session.CommandCounter;
+    session.LoadDepth++;
+    session.LoadStarting = 1;
+    session.CommandsOutsideAllowed = 0;
+    const ReturnCode rc = RunFile(ExecRun, true);
+    session.LoadStarting = 0;
+    session.LoadDepth--;
+    const auto mark = uint32_t(session.LoadMark);
+    interrupted.restore();
+    session.Unwind = 0;  // an exit in the file ended the file, not the line that needed it
+
+    if (rc != 0) {
+        report_failed_load(word, extension);
+        DropLoadedPrograms(mark, word);
+        return rc;
+    }
+    EvictPrograms(mark, word);
+    if (mustDefine && FindProgram(word, session.Scope, kFindBoth) == nullptr) {
+        return unrecognized(word, " not defined by " + word + "." + std::string(extension));
+    }
+    return 0;
+}
+
+int64_t CountLines(const char* path) {
+    std::FILE* file = std::fopen(path, "rb");
+    if (file == nullptr) return 0;
+    int64_t lines = 0;
+    char block[65536];
+    for (size_t n; (n = std::fread(block, 1, sizeof block, file)) > 0;) {
+        for (size_t i = 0; i < n; i++) lines += block[i] == '\n';
+    }
+    std::fclose(file);
+    return lines;
+}
+
+}  // namespace korva

@@ -1,0 +1,55 @@
+// core/frame.h - entering and leaving a do-file or a program.
+#pragma once
+
+#include <cstdint>
+
+#include "core/reader.h"
+#include "core/session.h"
+#include "core/types.h"
+
+namespace korva {
+
+// What a nested source could disturb, saved at its entry. Lives on the stack of RunFile.
+struct ExecFrame {
+    LineReader reader;  // the file opened for this level
+    LineReader* previousReader = nullptr;
+    bool stop = true;  // a non-zero code ends the file
+    bool file_opened = false;
+    int32_t delimiterMode = 0;
+    int32_t lineNumber = 0;  // the caller's place in its program text
+    char programName[kMaxNameBytes + 2] = {};
+    char programDisplayName[kMaxNameBytes + 2] = {};
+    char scope[kMaxNameBytes + 1] = {};
+    int32_t tempNameCounterAtEntry = 0;
+    int32_t tempFileCounterAtEntry = 0;
+    int32_t preserveMark = -1;  // what this level preserved; -1: nothing
+    int32_t version = 0;
+    int32_t callerVersion = 0;
+    uint8_t modernMissing = 0;
+    bool more = true;
+    bool rmsg = false;
+    bool trace = false;
+    uint8_t outputThreshold = 0;
+    uint8_t outputThresholdAtEntry = 0;
+    uint8_t inProgram = 0;
+    uint8_t classProgram = 0;
+    uint8_t resultKind = 0;
+    uint8_t sortPreserve = 0;
+    uint8_t inLoop = 0;
+    uint8_t continueState = 0;
+    uint8_t ifTaken = 0;
+    int32_t traceDepth = 0;
+    int32_t blockDepth = 0;
+    bool program_was_in_use = false;
+    bool level_raised = false;  // this level has macros of its own
+};
+
+// Runs a source to its end: the text behind the command word names a file and its arguments, or,
+// for ExecProgram, CommandWord is the program and the text its arguments. keepBreak: a deferred
+// break is not looked at on leaving.
+ReturnCode RunFile(ExecKind kind, bool keepBreak);
+
+ReturnCode PushFrame(ExecFrame* frame, ExecKind kind);
+void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak);
+
+}  // namespace korva

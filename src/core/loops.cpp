@@ -1,0 +1,257 @@
+// core/loops.cpp - while, and the loops that come after its pattern.
+//
+// A loop runs on stored program text. In a program its line is a jump target: a pass evaluates the
+// condition, runs the body as a block and sets the line number back, so that the line is read and
+// its macros are expanded again. A loop in a file or at the keyboard is first read up to its
+// closing brace and stored as a program of its own; then it is the same. So is a loop below version
+// 8 of which the body follows on the line itself.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "core/commands.h"
+#include "core/control.h"
+#include "core/names.h"
+#include "core/print.h"
+#include "core/program.h"
+#include "core/reader.h"
+#include "core/return_codes.h"
+#include "core/scanner.h"
+#include "core/session.h"
+#include "core/upcalls.h"
+
+namespace korva {
+
+namespace {
+
+constexpr int kMaxLoopDepth = 999;  // three digits in the name of the stored loop
+constexpr const char* kLoopWords[] = {"while", "foreach", "forvalues"};
+
+// The source of the current lines, while a stored loop takes its place.
+struct SourceGuard {
+    SourceGuard() : line(session.ProgramLine), in_program(session.InProgram) {
+        std::memcpy(name, session.ProgramName, sizeof name);
+    }
+    ~SourceGuard() {
+        std::memcpy(session.ProgramName, name, sizeof name);
+        session.ProgramLine = line;
+        session.InProgram = in_program;
+    }
+    SourceGuard(const SourceGuard&) = delete;
+    SourceGuard& operator=(const SourceGuard&) = delete;
+    char name[sizeof session.ProgramName];
+    int32_t line;
+    uint8_t in_program;
+};
+
+// State of the loop around, while a body runs.
+struct LoopGuard {
+    LoopGuard()
+        : in_loop(session.InLoop), continue_state(session.ContinueState), if_taken(session.IfTaken),
+          execute(session.ExecuteFlag) {
+        session.InLoop = 1;
+        session.ContinueState = 0;
+    }
+    ~LoopGuard() {
+        session.InLoop = in_loop;
+        session.ContinueState = continue_state;
+        session.IfTaken = if_taken;
+        session.ExecuteFlag = execute;
+    }
+    LoopGuard(const LoopGuard&) = delete;
+    LoopGuard& operator=(const LoopGuard&) = delete;
+    uint8_t in_loop, continue_state, if_taken, execute;
+};
+
+std::string_view trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(' ');
+    if (first == text.npos) return {};
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+// The stored text of the line that runs, with its macros, from the loop's word on; empty if the
+// line begins with anything but prefixes and the word.
+std::string stored_line(std::string_view word) {
+    StoreRecord* program = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
+    if (!program || session.ProgramLine < 1) return {};
+    std::string_view line = ProgramLineText(program, session.ProgramLine - 1);
+    line = trimmed(line.substr(1, line.size() - 2));
+    for (;;) {
+        const size_t end = std::min(line.find_first_of(" (:"), line.size());
+        const std::string_view first = line.substr(0, end);
+        if (MatchAbbreviation(first, word, 2)) return std::string(line);
+        if (!MatchAbbreviation(first, "capture", 3) && !MatchAbbreviation(first, "quietly", 1) &&
+            !MatchAbbreviation(first, "noisily", 1)) {
+            return {};
+        }
+        line = trimmed(line.substr(end));
+        if (!line.empty() && line[0] == ':') line = trimmed(line.substr(1));
+    }
+}
+
+// Lines of a loop's body under the present rules: one brace a line, at an end of it.
+struct BodyReader {
+    ProgramText* text;
+    int depth = 0;
+
+    // Adds a line; true when it closes the loop.
+    bool add(std::string_view line) {
+        line = trimmed(line);
+        if (line.empty() || line[0] == '*') return false;
+        AddProgramLine(text, line);
+        if (line[0] == '}' && --depth == 0) return true;
+        if (line.back() == '{') depth++;
+        return false;
+    }
+};
+
+// The next source line of a body, in ConsoleBuffer.
+ReturnCode read_body_line(int number) {
+    if (!session.InProgram && !session.CurrentReader && session.OutputThreshold < kThresholdQuiet) {
+        LevelGuard level(kLevelText);
+        out_textf("%3d. ", number);
+    }
+    if (ReadRawLine()) return 0;
+    if (session.BreakFlag) return kBreak;
+    out_error("program error:  matching close brace not found\n");
+    return 198;
+}
+
+// The loop's line and its body, up to the closing brace.
+ReturnCode read_loop(const std::string& line, ProgramText* text) {
+    BodyReader body{text};
+    if (!LooseBraces()) {
+        if (body.add(line)) return 0;
+        for (int number = 2;; number++) {
+            if (ReturnCode rc = read_body_line(number)) return rc;
+            if (body.add(session.ConsoleBuffer)) return 0;
+        }
+    }
+    // Cut at its braces, the body is stored in the form of the present rules.
+    blocks.pending = line + blocks.pending;
+    for (int number = 2;;) {
+        std::string piece;
+        if (TakePiece(&piece)) {
+            if (body.add(piece)) return 0;
+            continue;
+        }
+        if (ReturnCode rc = read_body_line(number++)) return rc;
+        const std::string_view next = trimmed(session.ConsoleBuffer);
+        if (!next.empty() && next[0] != '*') blocks.pending = next;
+    }
+}
+
+// Runs the lines of the stored loop, at the level where it stands.
+ReturnCode run_stored(const char* name) {
+    SourceGuard source;
+    std::snprintf(session.ProgramName, sizeof session.ProgramName, "%s", name);
+    session.ProgramLine = 0;
+    session.InProgram = 1;
+    for (;;) {
+        if (session.BreakFlag) return kBreak;
+        if (ReadNextLine(true)) return session.BreakFlag ? kBreak : 0;
+        if (!RunLine()) {
+            session.Unwind = 1;
+            return session.LastReturnCode;
+        }
+        if (session.LastReturnCode) return session.LastReturnCode;
+    }
+}
+
+// Stores the loop that begins with `line` and runs it.
+ReturnCode run_from_source(const std::string& line) {
+    if (session.ProgramLoopDepth >= kMaxLoopDepth) return ReportError(198);
+    if (!LooseBraces() && trimmed(line).back() != '{') return ReportInvalidSyntax();
+    ProgramText text;
+    if (ReturnCode rc = read_loop(line, &text)) return rc;
+    if (text.too_long) return ReportError(1000);
+
+    char name[24];
+    std::snprintf(name, sizeof name, "%dwhile", session.ProgramLoopDepth + 1);
+    if (!StoreLoopProgram(name, text)) return 950;
+    std::string pending;  // what follows the loop on its line is not the loop's
+    pending.swap(blocks.pending);
+    const bool opens = blocks.piece_opens;
+    blocks.piece_opens = false;
+    session.ProgramLoopDepth++;
+    const ReturnCode code = run_stored(name);
+    session.ProgramLoopDepth--;
+    DropLoopProgram(name);
+    blocks.piece_opens = opens;
+    blocks.pending.swap(pending);
+    return code;
+}
+
+// One pass of the loop whose line was just read from a program.
+ReturnCode run_pass() {
+    const int32_t line = session.ProgramLine - 1;
+    ExpressionValue value;
+    if (ReturnCode rc = EvaluateScanned(ExpressionMode::Number, &value)) {
+        SkipBlockOfLine();
+        return rc;
+    }
+    if (PeekChar() != '{') return ReportInvalidSyntax();
+    NextToken();
+    if (value.number == 0) {
+        ExecuteGuard execute;
+        session.ExecuteFlag = 0;
+        return RunBlock();
+    }
+    bool leave;
+    ReturnCode code;
+    {
+        LoopGuard loop;
+        code = RunBlock();
+        leave = session.ContinueState == 2;
+    }
+    if (code || session.Unwind) return code;
+    if (session.BreakFlag) return kBreak;
+    if (!leave) {
+        session.ProgramLine = line;
+        blocks.pending.clear();  // the text behind the closing brace is for the loop's end
+    }
+    return 0;
+}
+
+// Below version 8 a body may begin on the loop's own line, which can then be no jump target. A
+// stored loop has the strict form.
+bool body_on_line() {
+    if (!LooseBraces() || IsLoopProgram(session.ProgramName)) return false;
+    const char* brace = FindOpenBrace(ScanRest());
+    return brace && !(trimmed(brace + 1).empty() && trimmed(blocks.pending).empty());
+}
+
+ReturnCode run_while() {
+    if (session.InProgram) {
+        if (!body_on_line()) return FinishLine(run_pass());
+        std::string line = stored_line("while");
+        if (line.empty()) {
+            line = std::string("while ") + ScanRest();
+        } else {
+            blocks.pending.clear();
+        }
+        return FinishLine(run_from_source(line));
+    }
+    if (!session.LineNotExpanded) {
+        out_error(std::string(session.CommandWord) +
+                  " command may not result from a macro expansion " +
+                  "interactively or in do files\n");
+        return 198;
+    }
+    return FinishLine(run_from_source(std::string("while ") + ScanRest()));
+}
+
+}  // namespace
+
+// while exp {, foreach ... {, forvalues ... {
+ReturnCode CmdWhile(int kind) {
+    if (!session.ExecuteFlag) return FinishLine(SkipBlockOfLine());
+    if (kind == 0) return run_while();
+    out_error(std::string("command ") + kLoopWords[kind] + " is not available yet\n");
+    if (blocks.depth > session.BlockDepth || session.InProgram) SkipBlockOfLine();
+    return 199;
+}
+
+}  // namespace korva

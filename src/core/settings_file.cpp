@@ -1,0 +1,142 @@
+// core/settings_file.cpp - reading and safely rewriting the settings file.
+#include "core/settings_file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+
+#include "core/alloc.h"
+#include "core/platform.h"
+
+namespace korva {
+
+namespace {
+
+constexpr size_t kMaxFileBytes = 1 << 20;  // a larger file is none of ours
+
+// The directory of the settings file; empty when there is no home.
+std::string settings_directory() {
+    if (const char* config = std::getenv("XDG_CONFIG_HOME"); config != nullptr && *config != 0) {
+        return std::string(config) + "/korva";
+    }
+    const char* home = std::getenv(platform::kHomeVariable);
+    return home != nullptr && *home != 0 ? std::string(home) + "/.config/korva" : "";
+}
+
+std::string read_whole(const std::string& path) {
+    std::string text;
+    const int fd = StressFails() ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return text;
+    char block[4096];
+    for (ssize_t n; (n = read(fd, block, sizeof block)) > 0 && text.size() < kMaxFileBytes;) {
+        text.append(block, size_t(n));
+    }
+    close(fd);
+    return text;
+}
+
+struct SettingLine {
+    std::string_view section;
+    std::string_view key;
+    std::string_view value;
+};
+
+// One line as `section key value`; false: it is no such line.
+bool parse_line(std::string_view line, SettingLine* out) {
+    const size_t first = line.find(' ');
+    if (first == std::string_view::npos) return false;
+    const size_t second = line.find(' ', first + 1);
+    if (second == std::string_view::npos) return false;
+    *out = {line.substr(0, first), line.substr(first + 1, second - first - 1),
+            line.substr(second + 1)};
+    return out->value.size() <= kMaxSettingBytes;
+}
+
+// The text as lines, the line of (section, key) left out.
+std::string lines_without(std::string_view text, std::string_view section, std::string_view key) {
+    std::string kept;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        SettingLine row;
+        if (parse_line(line, &row) && !(row.section == section && row.key == key)) {
+            kept.append(line);
+            kept += '\n';
+        }
+        if (end == std::string_view::npos) break;
+        text.remove_prefix(end + 1);
+    }
+    return kept;
+}
+
+bool write_whole(const std::string& path, std::string_view text) {
+    const int fd = StressFails()
+                       ? -1
+                       : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0) return false;
+    bool written = write(fd, text.data(), text.size()) == ssize_t(text.size());
+    written = fsync(fd) == 0 && written;
+    close(fd);
+    return written;
+}
+
+}  // namespace
+
+RecordedSettings ReadSettingsFile() {
+    const std::string directory = settings_directory();
+    return {directory.empty() ? "" : read_whole(directory + "/settings")};
+}
+
+bool FindRecorded(const RecordedSettings& recorded, std::string_view section, std::string_view key,
+                  std::string* value) {
+    std::string_view rest = recorded.text;
+    while (!rest.empty()) {
+        const size_t end = rest.find('\n');
+        SettingLine row;
+        if (parse_line(rest.substr(0, end), &row) && row.section == section && row.key == key) {
+            *value = row.value;
+            return true;
+        }
+        if (end == std::string_view::npos) break;
+        rest.remove_prefix(end + 1);
+    }
+    return false;
+}
+
+int64_t RecordedNumber(const RecordedSettings& recorded, std::string_view section,
+                       std::string_view key, int64_t otherwise) {
+    std::string text;
+    if (!FindRecorded(recorded, section, key, &text)) return otherwise;
+    int64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? number : otherwise;
+}
+
+void RecordSetting(std::string_view section, std::string_view key, std::string_view value) {
+    const std::string directory = settings_directory();
+    if (directory.empty() || value.find('\n') != std::string_view::npos) return;
+    const size_t parent = directory.rfind('/');
+    mkdir(directory.substr(0, parent).c_str(), 0777);
+    mkdir(directory.c_str(), 0777);
+    const std::string path = directory + "/settings";
+    const int lock = open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (lock < 0) return;
+    flock(lock, LOCK_EX);
+    std::string text = lines_without(read_whole(path), section, key);
+    text.append(section).append(" ").append(key).append(" ");
+    text.append(value.substr(0, kMaxSettingBytes)).append("\n");
+    const std::string beside = path + ".new";
+    if (write_whole(beside, text)) {
+        std::rename(beside.c_str(), path.c_str());
+    } else {
+        unlink(beside.c_str());
+    }
+    close(lock);
+}
+
+}  // namespace korva

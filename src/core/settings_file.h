@@ -1,0 +1,37 @@
+// core/settings_file.h - the persistent settings: a small text file of `section key value` lines.
+//
+// It stands at korva/settings under $XDG_CONFIG_HOME (default ~/.config). Values are texts of at
+// most 499 bytes; what cannot be read is as if it were not there.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/types.h"
+
+namespace korva {
+
+inline constexpr std::string_view kSettingsSection = "set_w";
+inline constexpr std::string_view kMemorySection = "mem_se_w";
+constexpr size_t kMaxSettingBytes = 499;
+
+// The whole file, read once for many look-ups; empty when there is none.
+struct RecordedSettings {
+    std::string text;
+};
+RecordedSettings ReadSettingsFile();
+
+// The recorded text of section and key; false if there is none.
+bool FindRecorded(const RecordedSettings& recorded, std::string_view section, std::string_view key,
+                  std::string* value);
+
+// The recorded number, or `otherwise` when it is missing or no number.
+int64_t RecordedNumber(const RecordedSettings& recorded, std::string_view section,
+                       std::string_view key, int64_t otherwise);
+
+// Records a value: the file is written whole beside the old one, flushed and renamed over it, under
+// a lock, so that two sessions lose nothing of each other's. Failures are not reported.
+void RecordSetting(std::string_view section, std::string_view key, std::string_view value);
+
+}  // namespace korva

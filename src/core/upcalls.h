@@ -1,0 +1,66 @@
+// core/upcalls.h - the few routines that core and output call to their right; each says who defines
+// it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/types.h"
+
+namespace korva {
+
+// --- data/expression.cpp: expressions ---
+
+struct ExpressionValue {
+    bool is_string = false;
+    double number = 0;
+    std::string text;
+};
+
+// What the result may be.
+enum class ExpressionMode : uint8_t {
+    Number = 0,
+    String = 1,
+    Either = 3,
+    Matrix = 4,
+    NumberOrMatrix = 5
+};
+
+// The value of the whole text at observation 1 over all data. Prints its words on failure.
+ReturnCode EvaluateText(std::string_view text, ExpressionMode mode, ExpressionValue* value);
+
+// The same for the expression at the scanner, which is left behind the end of its valid text.
+ReturnCode EvaluateScanned(ExpressionMode mode, ExpressionValue* value);
+
+// --- data/: the dataset ---
+
+// Maps the data area of `bytes` bytes and makes the variable tables for `maxvar` variables,
+// replacing what was there; false if memory is refused.
+bool StartDataset(int64_t bytes, int32_t maxvar);
+void EndDataset();
+
+// Dispatch begins a command: qualifiers, permissions, weights and options are as at start.
+void ResetSkeleton();
+
+// A level ends: variables whose temporary name was issued since the count go.
+void DropTemporaryVariables(int32_t name_counter_at_entry);
+
+int32_t DatasetVariables();     // nvar
+int32_t DatasetObservations();  // nobs
+int64_t DatasetWidth();         // bytes of a row in use
+bool DatasetChanged();
+
+// The characteristic of a variable (abbreviation allowed) or of _dta; empty when there is none.
+std::string_view CharacteristicOf(std::string_view owner, std::string_view name);
+
+// True while a by prefix runs its groups (data/by.cpp).
+bool ByActive();
+
+// True inside a by group that may be empty: codes 2000 and 2001 count as nothing.
+bool ByGroupRunning();
+
+// A note of what an expression must not see: forgets compiled programs that the last command left.
+void ForgetExpressions();
+
+}  // namespace korva

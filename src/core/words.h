@@ -1,0 +1,25 @@
+// core/words.h - text taken apart at its blanks, quotes respected.
+//
+// Unlike the tokens of the scanner, words have no limit of length: lists in macros go through here.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace korva {
+
+// Takes the first word off *text: up to the next blank outside quotes. A word that is one quoted
+// string, plain or compound, loses its quotes and ends with them; quotes inside a word stay. False:
+// no word is left. *quoted tells whether quotes were removed (null: not asked for).
+bool TakeWord(std::string_view* text, std::string_view* word, bool* quoted = nullptr);
+
+// All words of the text. They lie in it.
+std::vector<std::string_view> SplitWords(std::string_view text);
+
+// Appends the word to a list, with a blank between, in the quotes that it needs to stay one word.
+void AppendWord(std::string* list, std::string_view word);
+
+std::string_view TrimBlanks(std::string_view text);
+
+}  // namespace korva
