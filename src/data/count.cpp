@@ -1,0 +1,149 @@
+// data/count.cpp - count and assert.
+
+#include <algorithm>
+#include <string>
+
+#include "core/commands.h"
+#include "core/print.h"
+#include "core/return_codes.h"
+#include "core/scanner.h"
+#include "core/session.h"
+#include "core/stored_results.h"
+#include "data/by.h"
+#include "data/row_loop.h"
+#include "data/skeleton.h"
+
+namespace korva {
+
+namespace {
+
+constexpr ReturnCode kAssertionFalse = 9;
+
+// Not a failure: a body has seen enough.
+constexpr ReturnCode kStopLoop = -1;
+
+// What assert knows from the first by group to the last.
+struct Assertion {
+    bool null_allowed = false;
+    bool rc0 = false;
+    bool fast = false;
+    bool reported = false;
+    int64_t n_tested = 0;  // observations; under by groups
+    int64_t n_false = 0;
+};
+Assertion assertion;
+
+ReturnCode parse_assertion() {
+    std::string text;
+    if (!skeleton_reused()) {
+        if (PeekChar() == 0) return ReportInvalidSyntax();
+        if (ReturnCode rc = collect_expression(&text, false)) return rc;
+    }
+    const bool first = !skeleton_reused();
+    skeleton.permit.using_file = kForbidden;
+    if (ReturnCode rc = parse_tail()) return rc;
+    if (!first) return 0;
+    // Behind parse_tail(), which empties the pools.
+    if (ReturnCode rc = compile(text, &main_expression, ExpressionMode::Number)) return rc;
+    assertion = Assertion{};
+    assertion.rc0 = option_present("rc0", 3, false);
+    assertion.null_allowed = option_present("null", 4, false);
+    assertion.fast = option_present("fast", 4, false);
+    return options_done();
+}
+
+// Counts as far as the first value that is false.
+ReturnCode test_until_false(const double* values, int n, int64_t* tested, int64_t* n_false) {
+    for (int i = 0; i < n; i++) {
+        ++*tested;
+        if (values[i] != 0) continue;
+        ++*n_false;
+        return kStopLoop;
+    }
+    return 0;
+}
+
+// Tests the range in force.
+ReturnCode test_range(int64_t* tested, int64_t* n_false) {
+    const ReturnCode rc = for_each_block(kBlockObs, [&](BlockMachine* m, const RowBlock& block) {
+        if (block.n_marked == 0) return 0;
+        alignas(64) double values[kBlockObs];
+        run_marked(m, block);
+        block_numbers(m, values);
+        if (assertion.fast) return test_until_false(values, block.n_marked, tested, n_false);
+        int holds = 0;
+        for (int i = 0; i < block.n_marked; i++) holds += values[i] != 0;
+        *tested += block.n_marked;
+        *n_false += block.n_marked - holds;
+        return 0;
+    });
+    return rc == kStopLoop ? 0 : rc;
+}
+
+const char* plural(int64_t n) {
+    return n == 1 ? "" : "s";
+}
+
+ReturnCode report_false() {
+    const LevelGuard level(kLevelError);
+    if (assertion.n_tested > 1) {
+        const char* unit = by_state.active ? "by-group" : "observation";
+        out_errorf("%lld contradiction%s in %lld %s%s\n", static_cast<long long>(assertion.n_false),
+                   plural(assertion.n_false), static_cast<long long>(assertion.n_tested), unit,
+                   plural(assertion.n_tested));
+    }
+    out_error("assertion is false\n");
+    return assertion.rc0 ? 0 : kAssertionFalse;
+}
+
+ReturnCode judge_assertion() {
+    if (assertion.n_false > 0) return report_false();
+    if (assertion.n_tested > 0 || assertion.null_allowed) return 0;
+    const LevelGuard level(kLevelError);
+    out_error("(null assertion)\n");
+    return assertion.rc0 ? 0 : kAssertionFalse;
+}
+
+}  // namespace
+
+// count [if] [in]
+ReturnCode CmdCount(int) {
+    skeleton.permit.varlist = kForbidden;
+    skeleton.permit.using_file = kForbidden;
+    skeleton.permit.options = kForbidden;
+    if (ReturnCode rc = parse_skeleton()) return rc;
+    int64_t n = std::max<int64_t>(0, int64_t(skeleton.last) - skeleton.first + 1);
+    if (skeleton.if_given) {
+        n = 0;
+        const ReturnCode rc = for_each_block(kBlockObs, [&n](BlockMachine*, const RowBlock& block) {
+            n += block.n_marked;
+            return 0;
+        });
+        if (rc) return rc;
+    }
+    ClearResults();
+    if (ReturnCode rc = SetResultNumber("N", double(n))) return rc;
+    const LevelGuard level(kLevelResult);
+    out_textf("%lld\n", static_cast<long long>(n));
+    return 0;
+}
+
+// assert exp [if] [in] [, rc0 null fast]
+ReturnCode CmdAssert(int) {
+    if (ReturnCode rc = parse_assertion()) return rc;
+    int64_t tested = 0, n_false = 0;
+    if (ReturnCode rc = test_range(&tested, &n_false)) return rc;
+    if (by_state.active) {
+        assertion.n_tested += tested > 0;
+        assertion.n_false += n_false > 0;
+        const bool ends = by_state.last_group || (assertion.fast && n_false > 0);
+        if (!ends || assertion.reported) return 0;
+        assertion.reported = true;
+        return judge_assertion();
+    }
+    assertion.n_tested = tested;
+    assertion.n_false = n_false;
+    return judge_assertion();
+}
+
+}  // namespace korva

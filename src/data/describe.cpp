@@ -1,0 +1,314 @@
+// data/describe.cpp - _describe: what the dataset in memory consists of.
+//
+// The label column of the heading is the column at which all labels begin: the data label and the
+// file's date above, the variable labels below.
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "core/commands.h"
+#include "core/macro.h"
+#include "core/print.h"
+#include "core/return_codes.h"
+#include "core/session.h"
+#include "core/settings.h"
+#include "core/stored_results.h"
+#include "data/dataset.h"
+#include "data/labels.h"
+#include "data/skeleton.h"
+
+namespace korva {
+
+namespace {
+
+constexpr int kRuleColumns = 79;
+constexpr int kCountColumns = 14;    // of the counts at the top
+constexpr int kMaxColumns = 13;      // of the limits beside them
+constexpr int kTypeColumn = 16;      // columns in front of the storage type
+constexpr int kNoteColumn = 44;      // columns in front of the `*`
+constexpr int kLabelColumn = 46;     // columns in front of a label
+constexpr int kLabelIndent = 48;     // columns in front of what continues it
+constexpr int kLabelPiece = 31;      // columns of a label that fit a line
+constexpr int kWholeDataLabel = 32;  // a data label up to this long stands on one line
+constexpr int kNameColumns = 15;
+constexpr int kNumberedNameColumns = 8;
+constexpr int kLongLabelName = 9;  // a value label's name from here on has its line alone
+constexpr int kRowOverhead = 8;    // bytes beside the row itself: two observation tables
+
+struct DescribeOptions {
+    bool brief = false;  // `short`
+    bool detail = false;
+    bool all = false;
+    bool numbers = false;
+    bool fullnames = false;
+};
+
+// The counts, the hidden variable taken off unless all are asked for.
+struct Shape {
+    int64_t nobs, nvar, width;
+    int64_t nobs_max, nvar_max, width_max;
+};
+
+ReturnCode parse_describe(DescribeOptions* options) {
+    skeleton.permit.using_file = kAllowed;
+    skeleton.permit.if_exp = kForbidden;
+    skeleton.permit.in_range = kForbidden;
+    skeleton.permit.by_allowed = false;
+    if (ReturnCode rc = parse_skeleton()) return rc;
+    options->brief = option_present("short", 1, false);
+    options->detail = option_present("detail", 1, false);
+    // The file's date is always shown; programs that ask for it are not refused.
+    option_present("date", 2, false);
+    options->all = option_present("all", 3, false);
+    options->numbers = option_present("numbers", 7, false);
+    options->fullnames = option_present("fullnames", 9, false);
+    if (ReturnCode rc = options_done()) return rc;
+    if (options->numbers && options->fullnames) {
+        out_error("options numbers and fullnames may not be combined\n");
+        return 198;
+    }
+    if (skeleton.using_given) {
+        out_error("describe using is not available yet\n");
+        return 199;
+    }
+    return 0;
+}
+
+Shape measure(bool all) {
+    Shape shape;
+    const int hidden = !all && find_variable_exact(kEstimationSample) ? 1 : 0;
+    shape.nobs = dataset.nobs;
+    shape.nvar = dataset.nvar - hidden;
+    shape.width = used_width() - hidden;
+    if (session.version < 500) {
+        shape.nobs_max = dataset.mobs - 1;
+        shape.nvar_max = dataset.mvar - 1;
+        shape.width_max = dataset.lrecl;
+        return shape;
+    }
+    shape.width_max = largest_width();
+    shape.nvar_max = std::min<int64_t>(dataset.maxmaxvar, shape.width_max);
+    shape.nobs_max = std::max<int64_t>(largest_obs() - 1, dataset.nobs);
+    return shape;
+}
+
+std::string with_commas(int64_t number, int columns) {
+    std::string text = std::to_string(number);
+    for (int at = int(text.size()) - 3; at > 0; at -= 3) text.insert(size_t(at), 1, ',');
+    if (int(text.size()) < columns) text.insert(0, size_t(columns) - text.size(), ' ');
+    return text;
+}
+
+void print_value(std::string_view text) {
+    LevelGuard level(kLevelResult);
+    out_text(text);
+}
+
+// The text in pieces of the label column; the first stands where the line is.
+void print_pieces(std::string_view text, size_t whole) {
+    const int room = ResultsWidth() - kLabelIndent;
+    const size_t piece = size_t(std::clamp(room, 8, kLabelPiece));
+    if (text.size() <= std::max(piece, whole)) {
+        print_value(text);
+        out_newline();
+        return;
+    }
+    for (size_t at = 0; at < text.size(); at += piece) {
+        if (at > 0) out_spaces(kLabelIndent);
+        print_value(text.substr(at, piece));
+        out_newline();
+    }
+}
+
+// --- the counts ---
+
+// A count with its limit, and the text in the label column.
+void print_count(const char* word, int64_t count, int64_t limit, bool detail,
+                 std::string_view text) {
+    out_text(word);
+    print_value(with_commas(count, kCountColumns));
+    int column = int(std::strlen(word)) + kCountColumns;
+    if (detail) {
+        out_text(" (max=");
+        print_value(with_commas(limit, kMaxColumns));
+        out_text(")");
+        column += 6 + kMaxColumns + 1;
+    }
+    if (!text.empty()) out_spaces(kLabelColumn - column);
+    print_pieces(text, kWholeDataLabel);
+}
+
+double percent_free() {
+    const double block = double(dataset.end - dataset.begin);
+    const double data = (double(used_width()) + 4) * double(dataset.nobs);
+    double percent = (block - double(dataset.M_dyn) - data) * 100 / double(settings.memory);
+    if (dataset.nvar > 0 && dataset.nobs > 0) percent = std::min(percent, 99.9);
+    return std::max(percent, 0.0);
+}
+
+void print_header(const Shape& shape, bool detail) {
+    out_text("Contains data");
+    if (dataset.filename[0]) {
+        out_text(" from ");
+        print_value(dataset.filename);
+    }
+    out_newline();
+
+    print_count("  obs:", shape.nobs, shape.nobs_max, detail, dataset.label);
+    print_count(" vars:", shape.nvar, shape.nvar_max, detail, MacroValue("S_FNDATE"));
+
+    out_text(" size:");
+    print_value(with_commas((shape.width + kRowOverhead) * shape.nobs, kCountColumns));
+    if (!detail) out_textf(" (%5.1f%% of memory free)", percent_free());
+    if (!characteristic("_dta", "note0").empty()) out_text("  (_dta has notes)");
+    out_newline();
+}
+
+// --- the variables ---
+
+void print_rule() {
+    out_style();
+    out_tmrkf("{hline %d}\n", std::min(kRuleColumns, ResultsWidth()));
+}
+
+void print_heading(bool numbers) {
+    out_text(numbers ? "    variable  " : "              ");
+    out_text("storage  display     value\n");
+    out_text(numbers ? "      name      " : "variable name   ");
+    out_text("type   format      label      variable label\n");
+}
+
+// The name and what leads to the type's column.
+void print_name(int32_t var, const DescribeOptions& options) {
+    const std::string_view name = dataset.names[var - 1];
+    if (options.numbers) {
+        out_textf("%5d. ", var);
+        LevelGuard level(kLevelResult);
+        out_textf("%-9s", abbreviate_name(name, kNumberedNameColumns).c_str());
+        return;
+    }
+    const std::string shown = options.fullnames ? std::string(name)
+                                                : abbreviate_name(name, kNameColumns);
+    print_value(shown);
+    const int columns = int(shown.size());
+    if (columns > kNameColumns) {
+        out_newline();
+        out_spaces(kTypeColumn);
+    } else {
+        out_spaces(kTypeColumn - columns);
+    }
+}
+
+// Prints one variable; returns whether it has notes.
+bool print_variable(int32_t var, const DescribeOptions& options) {
+    print_name(var, options);
+    out_textf("%-6s %-11s ", type_name(dataset.types[var - 1]).c_str(), dataset.formats[var - 1]);
+    const char* label_name = dataset.label_names[var - 1];
+    out_text(label_name);
+    const bool has_notes = !characteristic(dataset.names[var - 1], "note0").empty();
+    const std::string label = variable_label(var);
+    if (!has_notes && label.empty()) {
+        out_newline();
+        return false;
+    }
+    const int columns = int(std::strlen(label_name));
+    if (columns >= kLongLabelName) {
+        out_newline();
+        out_spaces(kNoteColumn);
+    } else {
+        out_spaces(kLongLabelName - columns);
+    }
+    out_text(has_notes ? "*" : " ");
+    if (!label.empty()) out_spaces(kLabelColumn - kNoteColumn - 1);
+    print_pieces(label, 0);
+    return has_notes;
+}
+
+ReturnCode print_variables(const DescribeOptions& options) {
+    print_rule();
+    print_heading(options.numbers);
+    print_rule();
+    bool any_notes = false;
+    for (int32_t var : skeleton.varlist) {
+        any_notes |= print_variable(var, options);
+        if (session.BreakFlag) return kBreak;
+    }
+    if (any_notes) {
+        out_spaces(kNoteColumn);
+        out_text("* indicated variables have notes\n");
+    }
+    print_rule();
+    return 0;
+}
+
+void print_sort_order() {
+    constexpr std::string_view kHead = "Sorted by:  ";
+    out_text(kHead);
+    int column = int(kHead.size());
+    for (int k = 0; dataset.sortlist[k] != 0; k++) {
+        const std::string_view name = dataset.names[dataset.sortlist[k] - 1];
+        if (k > 0 && column + 2 + int(name.size()) > ResultsWidth()) {
+            out_newline();
+            out_spaces(int(kHead.size()));
+            column = int(kHead.size());
+        } else if (k > 0) {
+            out_spaces(2);
+            column += 2;
+        }
+        print_value(name);
+        column += int(name.size());
+    }
+    out_newline();
+    if (dataset.changed) out_text("     Note:  dataset has changed since last saved\n");
+}
+
+ReturnCode store_results(const Shape& shape) {
+    ClearResults();
+    const struct {
+        const char* name;
+        int64_t value;
+    } results[] = {
+        {"N", shape.nobs},
+        {"k", shape.nvar},
+        {"width", shape.width},
+        {"N_max", shape.nobs_max},
+        {"k_max", shape.nvar_max},
+        {"widthmax", shape.width_max},
+        {"changed", dataset.changed ? 1 : 0},
+    };
+    for (const auto& result : results) {
+        if (ReturnCode rc = SetResultNumber(result.name, double(result.value))) return rc;
+    }
+    return 0;
+}
+
+}  // namespace
+
+// _describe [varlist] [, short detail date all numbers fullnames]
+ReturnCode Cmd_describe(int) {
+    DescribeOptions options;
+    if (ReturnCode rc = parse_describe(&options)) return rc;
+    const bool some = skeleton.varlist_given && !skeleton.all_given;
+    if (!some) {
+        skeleton.varlist.clear();
+        varlist_or_all();
+        const int32_t sample = options.all ? find_variable_exact(kEstimationSample) : 0;
+        if (sample) {
+            std::vector<int32_t>& list = skeleton.varlist;
+            list.insert(std::lower_bound(list.begin(), list.end(), sample), sample);
+        }
+    }
+    const Shape shape = measure(options.all);
+
+    LevelGuard level(kLevelText);
+    out_newline();
+    // A list asks about its variables; the dataset as a whole is told without one.
+    if (!some) print_header(shape, options.detail);
+    if (some || !options.brief) {
+        if (ReturnCode rc = print_variables(options)) return rc;
+    }
+    if (!some) print_sort_order();
+    return store_results(shape);
+}
+
+}  // namespace korva
