@@ -1,5 +1,5 @@
-// tests/link/engine_alone.cpp - the engine links and runs without any front end: what it shows goes to a
-// sink of ours, and a line typed by nobody ends the session.
+// tests/link/engine_alone.cpp - the engine links and runs without any front end: what it shows goes
+// to a sink of ours, and a line typed by nobody ends the session.
 #include <cstdio>
 #include <string>
 

@@ -1,0 +1,192 @@
+// Expressions over 5,000,000 observations beside a plain loop: the same arithmetic, on the same
+// bytes.
+//
+// Each yardstick reads and writes the cells of the dataset's own rows, through memcpy, and keeps
+// the rule for missing values; it knows the types and the expression.
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "core/commands.h"
+#include "core/missing.h"
+#include "core/scanner.h"
+#include "core/session.h"
+#include "core/startup.h"
+#include "core/upcalls.h"
+#include "data/cells.h"
+#include "data/dataset.h"
+#include "data/expression.h"
+#include "data/skeleton.h"
+#include "yardstick.h"
+
+namespace {
+
+using namespace korva;
+
+constexpr int kRows = 5000000;
+constexpr int kRuns = 5;
+int failures = 0;
+
+void run(ReturnCode (*command)(int), const char* arguments) {
+    std::string line = arguments;
+    SetScanPointer(line.data());
+    ResetSkeleton();
+    if (ReturnCode rc = command(0)) {
+        std::printf("%s: code %d\n", arguments, rc);
+        failures++;
+    }
+}
+
+double load(const uint8_t* cell) {
+    double x;
+    memcpy(&x, cell, sizeof x);
+    return x;
+}
+void store(uint8_t* cell, double x) {
+    memcpy(cell, &x, sizeof x);
+}
+
+double plus(double a, double b) {
+    const double r = a + b;
+    return a < kSysMissing && b < kSysMissing && std::fabs(r) < kSysMissing ? r : kSysMissing;
+}
+
+// sqrt(x)*ln(x+1)-x/3 if mod(_n,3)
+void plain_generate(int x, int y) {
+    const uint64_t pitch = uint64_t(dataset.lrecl);
+    for (int i = 0; i < kRows; i++) {
+        uint8_t* row = dataset.rows + dataset.slot[i] * pitch;
+        const double v = load(row + dataset.offsets[x - 1]);
+        double result = kSysMissing;
+        if ((i + 1) % 3 != 0 && v < kSysMissing && v >= 0) {
+            result = std::sqrt(v) * std::log(v + 1) - v / 3;
+            if (!(std::fabs(result) < kSysMissing)) result = kSysMissing;
+        }
+        store(row + dataset.offsets[y - 1], result);
+    }
+}
+
+// x = x + 1 if y > 0
+int plain_replace(int x, int y) {
+    const uint64_t pitch = uint64_t(dataset.lrecl);
+    int changed = 0;
+    for (int i = 0; i < kRows; i++) {
+        uint8_t* row = dataset.rows + dataset.slot[i] * pitch;
+        if (!(load(row + dataset.offsets[y - 1]) > 0)) continue;
+        uint8_t* cell = row + dataset.offsets[x - 1];
+        const double before = load(cell);
+        const double after = plus(before, 1);
+        changed += after != before;
+        store(cell, after);
+    }
+    return changed;
+}
+
+int plain_count(int y) {
+    const uint64_t pitch = uint64_t(dataset.lrecl);
+    int n = 0;
+    for (int i = 0; i < kRows; i++) {
+        n += load(dataset.rows + dataset.slot[i] * pitch + dataset.offsets[y - 1]) > 0;
+    }
+    return n;
+}
+
+void plain_upper(int s, int t) {
+    const uint64_t pitch = uint64_t(dataset.lrecl);
+    for (int i = 0; i < kRows; i++) {
+        uint8_t* row = dataset.rows + dataset.slot[i] * pitch;
+        const uint8_t* from = row + dataset.offsets[s - 1];
+        uint8_t* to = row + dataset.offsets[t - 1];
+        for (int k = 0; k < 8; k++) {
+            to[k] = from[k] >= 'a' && from[k] <= 'z' ? uint8_t(from[k] - 32) : from[k];
+        }
+    }
+}
+
+void make_data() {
+    if (!StartEngineTables(2048, int64_t(600) << 20)) exit(1);
+    session.OutputThreshold = kThresholdQuiet;
+    if (addvar("x", kDouble) || addvar("y", kDouble) || addvar("s", 8) ||
+        extend_observations(kRows)) {
+        exit(1);
+    }
+    uint64_t state = 1;
+    for (int obs = 1; obs <= kRows; obs++) {
+        state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+        put(1, obs, obs % 50 == 0 ? kSysMissing : double(state >> 40) / 1000);
+        put(2, obs, int(state >> 33) % 2 ? 1 : -1);
+        putstr(3, obs, std::string("abcdefgh").substr(0, state % 9));
+    }
+}
+
+double timed(const char* what, double limit, double plain, double engine) {
+    std::printf("  plain loop %.4f s, engine %.4f s\n", plain, engine);
+    report(what, engine / plain, limit);
+    return engine;
+}
+
+}  // namespace
+
+int main() {
+    make_data();
+    addvar("z", kDouble);
+    run(CmdGenerate, "double w = 0");
+    const int z = 4, w = 5;
+    plain_generate(1, z);
+    const double plain = fastest(kRuns, [&] { plain_generate(1, z); });
+    const double engine = fastest(kRuns, [&] {
+        undo_new_variables(w - 1);
+        run(CmdGenerate, "double w = sqrt(x)*ln(x+1)-x/3 if mod(_n,3)");
+    });
+    for (int obs = 1; obs <= kRows; obs++) failures += get(z, obs) != get(w, obs);
+    timed("generate sqrt(x)*ln(x+1)-x/3 if mod(_n,3)", 2.0, plain, engine);
+
+    const double plain_lag = fastest(kRuns, [&] {
+        const uint64_t pitch = uint64_t(dataset.lrecl);
+        double before = kSysMissing;
+        for (int i = 0; i < kRows; i++) {
+            uint8_t* row = dataset.rows + dataset.slot[i] * pitch;
+            const double x = load(row);
+            store(row + dataset.offsets[z - 1], x < kSysMissing ? plus(x, -before) : kSysMissing);
+            before = x;
+        }
+    });
+    const double lag = fastest(kRuns, [&] {
+        undo_new_variables(w - 1);
+        run(CmdGenerate, "double w = x - x[_n-1]");
+    });
+    timed("generate x - x[_n-1]", 2.4, plain_lag, lag);
+    const double running = fastest(kRuns, [&] {
+        undo_new_variables(w - 1);
+        run(CmdGenerate, "double w = sum(x)");
+    });
+    timed("generate sum(x), beside the same loop", 2.4, plain_lag, running);
+
+    const double plain_change = fastest(kRuns, [&] { plain_replace(1, 2); });
+    const double change = fastest(kRuns, [&] { run(CmdReplace, "x = x + 1 if y > 0"); });
+    timed("replace x = x + 1 if y > 0", 2.5, plain_change, change);
+
+    const double plain_counted = fastest(kRuns, [&] { failures += plain_count(2) == 0; });
+    const double counted = fastest(kRuns, [&] { run(CmdCount, "if y > 0"); });
+    timed("count if y > 0", 2.5, plain_counted, counted);
+
+    undo_new_variables(w - 1);
+    run(CmdGenerate, "str8 t = s");
+    const double plain_texts = fastest(kRuns, [&] { plain_upper(3, w); });
+    const double texts = fastest(kRuns, [&] {
+        undo_new_variables(w - 1);
+        run(CmdGenerate, "str8 t = upper(s)");
+    });
+    timed("generate str8 upper(s)", 3.0, plain_texts, texts);
+
+    ExpressionValue value;
+    const double evaluated = fastest(kRuns, [&] {
+        for (int k = 0; k < 100000; k++)
+            failures += EvaluateText("7 + 1", ExpressionMode::Number, &value);
+    });
+    report("one evaluation of 7 + 1, ns", evaluated * 1e4, 500);
+    EndEngineTables();
+    return failures ? 1 : 0;
+}

@@ -1,0 +1,4 @@
+*! the second copy, never loaded
+program counter
+    display "wrong copy"
+end

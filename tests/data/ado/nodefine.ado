@@ -1,0 +1,2 @@
+program otherword
+end

@@ -1,0 +1,4 @@
+program outside
+    display "must not run"
+end
+display "must not show"

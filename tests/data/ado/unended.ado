@@ -1,0 +1,2 @@
+program unended
+    display 1

@@ -1,0 +1,3 @@
+#delimit ;
+display `"in the file, arguments `0'"';
+display "no line end"

@@ -1,0 +1,3 @@
+display "before"
+error 198
+display "after"

@@ -1,0 +1,2 @@
+local included "yes"
+display "outer is `outer'"
