@@ -21,10 +21,11 @@ namespace korva {
 
 namespace {
 
-// A line that fails before its block is read: inside a block or a program the block must not be
-// taken for the lines that follow. At the keyboard the user sees the message and types on.
+// A line that fails before its block is read: but at the keyboard, where the user sees the message
+// and types on, the block must not be taken for the lines that follow.
 ReturnCode fail_before_block(ReturnCode code) {
-    if (blocks.depth > session.BlockDepth || session.InProgram) SkipBlockOfLine();
+    const bool typed = session.CurrentReader == nullptr && !session.InProgram;
+    if (!typed || blocks.depth > session.BlockDepth) SkipBlockOfLine();
     return code;
 }
 

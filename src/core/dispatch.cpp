@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/ado_path.h"
+#include "core/alloc.h"
 #include "core/command_table.h"
 #include "core/control.h"
 #include "core/frame.h"
@@ -23,6 +24,17 @@ namespace korva {
 namespace {
 
 constexpr int32_t kLastCommandNumber = 2147483646;
+
+// Prefixes, blocks and levels nest by recursion: without a bound a line of many prefixes would use
+// up the process's stack.
+constexpr int32_t kMaxNesting = 1000;
+
+struct NestingGuard {
+    NestingGuard() { session.Nesting++; }
+    ~NestingGuard() { session.Nesting--; }
+    NestingGuard(const NestingGuard&) = delete;
+    NestingGuard& operator=(const NestingGuard&) = delete;
+};
 
 void count_command() {
     session.CommandCounter = session.CommandCounter >= kLastCommandNumber
@@ -58,15 +70,20 @@ bool allowed_here(const CommandRow* row) {
 ReturnCode run_program_or_file() {
     const std::string_view word = session.CommandWord;
     if (word[0] == '.') return not_available("class reference");
-    if (FindProgram(word, session.Scope, kFindBoth) == nullptr) {
+    StoreRecord* record = FindProgram(word, session.Scope, kFindBoth);
+    if (record == nullptr) {
         if (ReturnCode rc = AutoLoad("ado", true)) return rc;
+    } else if (record->type == kKindPlugin) {
+        return not_available(word);
     }
     return RunFile(ExecProgram, false);
 }
 
 // The interrupted line while an ado-file loads.
 struct InterruptedLine {
-    std::string line;
+    explicit InterruptedLine(size_t bytes) : line(bytes) {}
+
+    EngineBlock line;  // null bytes: memory was refused
     ScannerState scanner_state;
     ptrdiff_t place;  // of the scanner in the line
     char word[kMaxNameBytes + 1];
@@ -75,7 +92,7 @@ struct InterruptedLine {
     uint8_t outside_allowed;
 
     void save() {
-        line = session.ConsoleBuffer;
+        std::strcpy(static_cast<char*>(line.bytes), session.ConsoleBuffer);
         scanner_state = scanner;
         place = scanner.ScanPointer - session.ConsoleBuffer;
         std::strcpy(word, session.CommandWord);
@@ -84,7 +101,7 @@ struct InterruptedLine {
         outside_allowed = session.CommandsOutsideAllowed;
     }
     void restore() const {
-        std::memcpy(session.ConsoleBuffer, line.c_str(), line.size() + 1);
+        std::strcpy(session.ConsoleBuffer, static_cast<const char*>(line.bytes));
         scanner = scanner_state;
         scanner.ScanPointer = session.ConsoleBuffer + place;
         std::strcpy(session.CommandWord, word);
@@ -104,6 +121,8 @@ void report_failed_load(std::string_view word, std::string_view extension) {
 }  // namespace
 
 ReturnCode Dispatch() {
+    if (session.Nesting >= kMaxNesting) return ReportError(1000);
+    const NestingGuard nesting;
     if (session.ShuttingDown) {
         session.QuitSession = 1;
         session.Unwind = 1;
@@ -142,7 +161,11 @@ ReturnCode AutoLoad(std::string_view extension, bool mustDefine) {
     std::string path;
     if (!FindOnPath(word, extension, 1, &path)) return unrecognized(word, "");
 
-    InterruptedLine interrupted;
+    InterruptedLine interrupted(std::strlen(session.ConsoleBuffer) + 1);
+    if (interrupted.line.bytes == nullptr) {
+        out_error("...meaning insufficient memory to load ado-file\n");
+        return 199;
+    }
     interrupted.save();
     std::snprintf(session.ConsoleBuffer, size_t(session.conslen), "\"%s\"", path.c_str());
     SetScanPointer(session.ConsoleBuffer);
@@ -158,28 +181,16 @@ ReturnCode AutoLoad(std::string_view extension, bool mustDefine) {
     interrupted.restore();
     session.Unwind = 0;  // an exit in the file ended the file, not the line that needed it
 
+    EvictPrograms(mark, word);
     if (rc != 0) {
         report_failed_load(word, extension);
         DropLoadedPrograms(mark, word);
         return rc;
     }
-    EvictPrograms(mark, word);
     if (mustDefine && FindProgram(word, session.Scope, kFindBoth) == nullptr) {
         return unrecognized(word, " not defined by " + word + "." + std::string(extension));
     }
     return 0;
-}
-
-int64_t CountLines(const char* path) {
-    std::FILE* file = std::fopen(path, "rb");
-    if (file == nullptr) return 0;
-    int64_t lines = 0;
-    char block[65536];
-    for (size_t n; (n = std::fread(block, 1, sizeof block, file)) > 0;) {
-        for (size_t i = 0; i < n; i++) lines += block[i] == '\n';
-    }
-    std::fclose(file);
-    return lines;
 }
 
 }  // namespace korva

@@ -13,7 +13,4 @@ namespace korva {
 // word.
 ReturnCode AutoLoad(std::string_view extension, bool mustDefine);
 
-// Lines of a file: the total for the title of a batch run.
-int64_t CountLines(const char* path);
-
 }  // namespace korva

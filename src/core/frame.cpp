@@ -9,7 +9,6 @@
 #include <string>
 
 #include "core/control.h"
-#include "core/dispatch.h"
 #include "core/do_file.h"
 #include "core/macro.h"
 #include "core/poll.h"
@@ -43,6 +42,8 @@ void save_session(ExecFrame* frame) {
     frame->callerVersion = session.callerVersion;
     frame->modernMissing = session.ModernMissing;
     frame->more = settings.more;
+    frame->trace = settings.trace;
+    frame->echoOff = session.EchoOff;
     frame->rmsg = settings.rmsg;
     frame->outputThreshold = session.OutputThreshold;
     frame->outputThresholdAtEntry = session.OutputThresholdAtEntry;
@@ -109,7 +110,7 @@ ReturnCode set_arguments(ExecFrame* frame, ExecKind kind, std::string_view argum
 
 void count_batch_lines(ExecFrame* frame) {
     if (session.CallDepth == 1 && session.BatchMode)
-        frame->reader.total_lines = CountLines(frame->reader.name);
+        frame->reader.total_lines = CountReaderLines(frame->reader);
 }
 
 }  // namespace
@@ -138,9 +139,11 @@ ReturnCode PushFrame(ExecFrame* frame, ExecKind kind) {
         enter_file(frame, kind);
     }
     if (kind != ExecInclude) session.OutputThresholdAtEntry = session.OutputThreshold;
-    if (kind == ExecRun && session.OutputThreshold < kThresholdQuiet) {
-        session.OutputThreshold = kThresholdQuiet;
+    if (kind == ExecRun) {
+        if (session.OutputThreshold < kThresholdQuiet) session.OutputThreshold = kThresholdQuiet;
+        session.EchoOff = 1;
     }
+    TraceBeginEnd(false, session.ProgramDisplayName);
     session.CallDepth++;
     session.BlockDepth = blocks.depth;
     if (kind != ExecProgram) count_batch_lines(frame);
@@ -149,12 +152,12 @@ ReturnCode PushFrame(ExecFrame* frame, ExecKind kind) {
     session.InLoop = 0;
     session.ContinueState = 0;
     session.IfTaken = 0;
-    TraceBeginEnd(false, session.ProgramDisplayName);
     return 0;
 }
 
 void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak) {
-    if (kind != ExecInclude) TraceBeginEnd(true, session.ProgramDisplayName);
+    session.CallDepth--;
+    TraceBeginEnd(true, session.ProgramDisplayName);
     if (kind == ExecProgram) {
         StoreRecord* record = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
         if (record != nullptr && !frame->program_was_in_use) ProgramOf(record)->inUse = 0;
@@ -165,7 +168,7 @@ void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak) {
         session.ReaderEof = 0;
     }
     session.DelimiterMode = frame->delimiterMode;
-    session.CallDepth--;
+    session.EchoOff = frame->echoOff;
     if (kind != ExecInclude) {
         session.OutputThreshold = frame->outputThreshold;
         session.OutputThresholdAtEntry = frame->outputThresholdAtEntry;
@@ -173,21 +176,23 @@ void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak) {
             settings.more = frame->more;
             SetResultsPaging(settings.pagesize, settings.more && !session.BatchMode);
         }
+        session.version = frame->version;
+        session.callerVersion = frame->callerVersion;
         DropTemporaryVariables(frame->tempNameCounterAtEntry);
         DropTemporariesSince(frame->tempNameCounterAtEntry, frame->tempFileCounterAtEntry,
                              session.version >= kTempFilesSince);
-        session.version = frame->version;
-        session.callerVersion = frame->callerVersion;
         session.ModernMissing = frame->modernMissing;
+        settings.trace = frame->trace;
+        session.TraceDepth = frame->traceDepth;
+        // An include shares its caller's loop: a continue in it must reach that.
+        session.InLoop = frame->inLoop;
+        session.ContinueState = frame->continueState;
+        session.IfTaken = frame->ifTaken;
         DropMacroLevel();
     }
     session.InProgram = frame->inProgram;
     session.ProgramLine = frame->lineNumber;
     session.ClassProgram = frame->classProgram;
-    session.InLoop = frame->inLoop;
-    session.ContinueState = frame->continueState;
-    session.IfTaken = frame->ifTaken;
-    session.TraceDepth = frame->traceDepth;
     session.BlockDepth = frame->blockDepth;
     session.ResultKind = frame->resultKind;
     session.SortPreserve = frame->sortPreserve;

@@ -29,6 +29,7 @@ struct ExecFrame {
     bool more = true;
     bool rmsg = false;
     bool trace = false;
+    uint8_t echoOff = 0;
     uint8_t outputThreshold = 0;
     uint8_t outputThresholdAtEntry = 0;
     uint8_t inProgram = 0;

@@ -32,6 +32,22 @@ void handle_signal(int) {
     RaiseBreak();
 }
 
+constexpr int kBreakSignals[] = {SIGINT, SIGTERM, SIGABRT};
+
+// Holds the signals back for a scope.
+struct BlockedSignals {
+    BlockedSignals() {
+        sigset_t breaks;
+        sigemptyset(&breaks);
+        for (int signal_number : kBreakSignals) sigaddset(&breaks, signal_number);
+        sigprocmask(SIG_BLOCK, &breaks, &old);
+    }
+    ~BlockedSignals() { sigprocmask(SIG_SETMASK, &old, nullptr); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+    sigset_t old;
+};
+
 }  // namespace
 
 uint32_t TickMs() {
@@ -79,6 +95,7 @@ void ClearBreak() {
 bool SetBreakEnabled(bool enabled) {
     const bool was_enabled = session.BreakEnabled != 0;
     if (enabled == was_enabled) return was_enabled;
+    const BlockedSignals blocked;  // a break between two of these stores would be lost
     if (enabled) {
         session.BreakDeferred = 0;
         session.BreakEnabled = 1;
@@ -101,7 +118,7 @@ void InstallBreakHandler() {
     struct sigaction action = {};
     action.sa_handler = handle_signal;  // no SA_RESTART: a blocking read must see the break
     sigemptyset(&action.sa_mask);
-    for (int signal_number : {SIGINT, SIGTERM, SIGABRT}) sigaction(signal_number, &action, nullptr);
+    for (int signal_number : kBreakSignals) sigaction(signal_number, &action, nullptr);
     signal(SIGPIPE, SIG_IGN);  // a reader of our output that has gone is a write error, not our end
 }
 

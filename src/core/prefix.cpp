@@ -37,7 +37,8 @@ ReturnCode run_with_breaks(bool enabled) {
     const bool old = SetBreakEnabled(enabled);
     const ReturnCode rc = DispatchNext();
     SetBreakEnabled(old);
-    return rc;
+    // A break that was parked fires here, at the end of the command.
+    return rc == 0 && session.BreakFlag ? kBreak : rc;
 }
 
 }  // namespace

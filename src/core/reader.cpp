@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -120,6 +122,7 @@ struct LineState {
 // Reads more behind the bytes not yet taken; false at the end of the file or on an error, which is
 // told.
 bool refill(LineReader* reader) {
+    if (session.BreakFlag) reader->at_end = true;
     if (reader->at_end) return false;
     const int32_t kept = reader->filled - reader->next;
     std::memmove(reader->buffer, reader->buffer + reader->next, size_t(kept));
@@ -293,12 +296,15 @@ void too_long(LineReader* reader, LineState* state) {
 }
 
 void fetch_from_file(LineReader* reader) {
-    LineState state(session.OutputThreshold == kThresholdNormal);
+    LineState state(!session.EchoOff && session.OutputThreshold <= kLevelInput);
     session.ConsoleBuffer[0] = 0;
     for (;;) {
         if (reader->next == reader->filled && !refill(reader)) {
-            // A last line without a line end is dropped; a comment that never closes is told.
-            if (state.comment_depth > 0 && reader->error == 0) reader->error = ReportError(612);
+            // A last line without a line end is dropped; what never closes and took lines with it
+            // is told.
+            const bool open = state.comment_depth > 0 ||
+                              (session.DelimiterMode == 1 && state.in_string());
+            if (open && reader->error == 0 && !session.BreakFlag) reader->error = ReportError(612);
             session.ReaderEof = 1;
             return;
         }
@@ -413,14 +419,15 @@ bool is_directive(Directive* directive) {
     const std::string_view line = without_blanks(session.ConsoleBuffer);
     if (!line.starts_with('#')) return false;
     const std::string_view text = without_blanks(line.substr(1));
-    const size_t blank = text.find(' ');
-    directive->word = text.substr(0, blank);
-    directive->rest = blank == std::string_view::npos ? "" : without_blanks(text.substr(blank));
+    size_t n = 0;
+    while (n < text.size() && std::isalpha(uint8_t(text[n]))) n++;
+    directive->word = text.substr(0, n);
+    directive->rest = without_blanks(text.substr(n));
     return true;
 }
 
-void set_delimiter(std::string_view word) {
-    session.DelimiterMode = word == "cr" ? 0 : 1;
+void set_delimiter(std::string_view rest) {
+    session.DelimiterMode = rest.substr(0, rest.find(' ')) == "cr" ? 0 : 1;
     const LevelGuard level(kLevelText);
     out_text("delimiter now ");
     out_text(session.DelimiterMode == 0 ? "cr" : ";");
@@ -516,6 +523,18 @@ ReturnCode OpenReader(LineReader* reader, const char* path) {
 void CloseReader(LineReader* reader) {
     if (reader->fd >= 0) close(reader->fd);
     reader->fd = -1;
+}
+
+int64_t CountReaderLines(const LineReader& reader) {
+    struct stat status;
+    if (fstat(reader.fd, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+    int64_t lines = 0;
+    int64_t place = 0;
+    char block[32768];
+    for (ssize_t n; (n = pread(reader.fd, block, sizeof block, place)) > 0; place += n) {
+        lines += std::count(block, block + n, '\n');
+    }
+    return lines;
 }
 
 void FetchLine(bool raw) {

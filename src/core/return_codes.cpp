@@ -5,6 +5,7 @@
 #include "core/return_codes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string>
 
@@ -469,8 +470,8 @@ ReturnCode ReportInvalidSyntax() {
 ReturnCode CmdError(int) {
     ExpressionValue value;
     if (EvaluateScanned(ExpressionMode::Number, &value) != 0) return 197;
-    const double x = value.number;
-    if (x >= 0 && x < 1) return 0;
+    const double x = std::trunc(value.number);
+    if (x == 0) return 0;
     const int code = x < 0 || x > kLargestErrorCode ? kLargestErrorCode : int(x);
     if ((code == 2000 || code == 2001) && ByGroupRunning()) {
         session.Unwind = 1;

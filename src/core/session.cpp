@@ -57,8 +57,10 @@ bool read_source_line(bool fromFile) {
     if (session.CurrentReader == nullptr && session.InputEnded) return false;
     const uint8_t busy = session.BusyFlag;
     session.BusyFlag = 0;
+    frontend.SetBusy(false);
     FetchLine(false);
     session.BusyFlag = busy;
+    frontend.SetBusy(busy != 0);
     if (session.CurrentReader != nullptr) return session.ReaderEof == 0;
     if (session.BreakFlag) {
         if (fromFile) return false;
@@ -122,9 +124,7 @@ ReturnCode expand_line() {
     return ExpandMacros();
 }
 
-void print_time(TimeOfDay start) {
-    const double seconds = start.seconds > 0 ? now().seconds - start.seconds : 0;
-    session.rmsg_time = seconds;
+void print_time(double seconds) {
     const auto hundredths = int64_t(seconds * 100);
     const std::time_t clock = std::time(nullptr);
     std::tm local;
@@ -140,22 +140,22 @@ void report_result(TimeOfDay start) {
     const ReturnCode rc = session.LastReturnCode;
     const bool timed = settings.rmsg;
     if (rc == 0 && !timed) return;
-    const LevelGuard guard(session.MessageLevel);
+    if (timed) session.rmsg_time = start.seconds > 0 ? now().seconds - start.seconds : 0;
+    const LevelGuard guard(kLevelText2);
+    if (!OutputShows()) return;  // a level further out, which is not quiet, will tell
+    out_reset();
     if (rc == kBreak) {
         session.MessageLevel = kLevelError;
-        out_reset();
         out_style();
         out_tmrk("{hline 2}Break{hline 2}\n");
+        session.MessageLevel = kLevelText2;
     }
-    session.MessageLevel = kLevelText2;
-    if (!OutputShows()) return;
     if (rc != 0) {
-        out_reset();
         out_style();
         out_tmrkf("{search r(%d):r(%d);}", rc, rc);
         if (!timed) out_newline();
     }
-    if (timed) print_time(start);
+    if (timed) print_time(session.rmsg_time);
 }
 
 // Runs profile.do if there is one: a line of its own, the start command set aside meanwhile.
@@ -198,6 +198,7 @@ void run_keyboard() {
         const int ended = ReadNextLine(false);
         session.UserIdle = 0;
         if (ended || RunLine() == 0) break;
+        frontend.RefreshVariablesWindow();
     }
 }
 
@@ -255,23 +256,26 @@ int RunLine() {
     return leave(1);
 }
 
-ReturnCode RunText(std::string_view text) {
+ReturnCode RunHiddenAction(std::string_view text) {
+    if (session.BusyFlag) {
+        frontend.ShowNote("Korva is busy and cannot perform the action you requested.");
+        frontend.ShowNote("Wait until Korva has completed the current command");
+        frontend.ShowNote("and make sure all \"more\" conditions have been cleared.");
+        frontend.ShowNote(nullptr);
+        return 9023;
+    }
+    if (text.size() >= size_t(session.conslen)) return ReportError(1004);
     const std::string line = session.ConsoleBuffer;
-    const ptrdiff_t place = scanner.ScanPointer - session.ConsoleBuffer;
-    const ScannerState state = scanner;
+    const ScannerGuard scanner_kept;
     char word[kMaxNameBytes + 1];
     std::strcpy(word, session.CommandWord);
 
-    const size_t n = text.size() < size_t(session.conslen) ? text.size()
-                                                           : size_t(session.conslen) - 1;
-    std::memcpy(session.ConsoleBuffer, text.data(), n);
-    session.ConsoleBuffer[n] = 0;
+    text.copy(session.ConsoleBuffer, text.size());
+    session.ConsoleBuffer[text.size()] = 0;
     SetScanPointer(session.ConsoleBuffer);
     const ReturnCode rc = DispatchNext();
 
     std::memcpy(session.ConsoleBuffer, line.c_str(), line.size() + 1);
-    scanner = state;
-    scanner.ScanPointer = session.ConsoleBuffer + place;
     std::strcpy(session.CommandWord, word);
     return rc;
 }
@@ -285,6 +289,7 @@ int SessionMain(int argc, char** argv) {
     if (!session.BatchMode) frontend.ShowMainWindow();
     if (startup_options.hide_window) frontend.HideMainWindow();
     run_profile();
+    session.StartTime = int64_t(std::time(nullptr));
     int go_on = 1;
     if (started == 1) go_on = run_start_command();
     const ReturnCode last = session.LastReturnCode;
@@ -294,6 +299,7 @@ int SessionMain(int argc, char** argv) {
             frontend.ShowNote(nullptr);
         }
         SessionCleanup(0);
+        CloseBatchLog();
         return last == 0 ? 0 : 1;
     }
     if (go_on) run_keyboard();

@@ -57,9 +57,10 @@ struct SessionState {
     int32_t DelimiterMode = 0;            // 0: lines end at the end of line, 1: at `;`
 
     int32_t CallDepth = 0;       // frames in force, at most kMaxCallDepth
+    int32_t Nesting = 0;         // dispatches in force: prefixes, blocks and levels all nest by one
     int32_t CommandCounter = 0;  // bumped at each dispatch, 1 to 2147483646
     int32_t BlockDepth = 0;      // blocks open when the current level was entered
-    int32_t TraceDepth = 0;      // programs entered since tracing began
+    int32_t TraceDepth = 0;      // CallDepth at which tracing was turned on
 
     uint8_t BusyFlag = 0;      // a line is being run
     uint8_t ShuttingDown = 0;  // set once by SessionCleanup
@@ -69,6 +70,7 @@ struct SessionState {
     uint8_t UserIdle = 0;      // the loop waits for a line at the keyboard
     uint8_t InputEnded = 0;    // the keyboard (standard input) has no more lines
     uint8_t LinePrinted = 0;   // the current line has printed something
+    uint8_t EchoOff = 0;       // a run or a load is in force: lines of files are not echoed
 
     // Written by the signal handler, read by every long loop after Poll().
     volatile std::sig_atomic_t BreakFlag = 0;
@@ -110,8 +112,9 @@ struct SessionState {
     uint8_t LoadStarting = 0;            // the next file entered is the ado-file being loaded
     uint8_t ByLoading = 0;               // by is loading its program
 
-    double rmsg_time = 0;  // seconds that the last timed line took
-    int32_t procs = 1;     // processors in use (set procs_use)
+    double rmsg_time = 0;   // seconds that the last timed line took
+    int64_t StartTime = 0;  // when the session became ready, seconds since 1970
+    int32_t procs = 1;      // processors in use (set procs_use)
 };
 extern SessionState session;  // defined in core/session.cpp
 
@@ -145,9 +148,10 @@ void TakeCommandWord();
 // Takes the next token as the command word and dispatches it: what every prefix does with its rest.
 ReturnCode DispatchNext();
 
-// Runs `text` as one line of its own, with the scanner, the line and CommandWord of the caller
-// kept.
-ReturnCode RunText(std::string_view text);
+// Runs a dialog's hidden action at once. 9023, with a note shown, while a line is being run; 1004
+// for a text longer than a line may be. The scanner, the line and CommandWord are afterwards as
+// before.
+ReturnCode RunHiddenAction(std::string_view text);
 
 // MessageLevel for as long as the guard lives.
 struct LevelGuard {

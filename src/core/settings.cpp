@@ -42,6 +42,9 @@ void width_changed() {
 void paging_changed() {
     SetResultsPaging(settings.pagesize, settings.more && !session.BatchMode);
 }
+void trace_changed() {
+    session.TraceDepth = session.CallDepth;
+}
 void procs_changed() {
     session.procs = settings.procs_use;
 }
@@ -120,6 +123,16 @@ ReturnCode set_type() {
     return 0;
 }
 
+bool read_level(const std::string& text, double* level) {
+    char* end;
+    *level = std::strtod(text.c_str(), &end);
+    return !text.empty() && *end == 0;
+}
+
+bool level_is_sound(double level) {
+    return level >= 10 && level <= 99.99;
+}
+
 // set level #: a confidence level, kept as text.
 ReturnCode set_level() {
     const std::string text = NextToken(OptionSeparators);
@@ -129,10 +142,9 @@ ReturnCode set_level() {
         out_error("level too long\n");
         return 198;
     }
-    char* end;
-    const double level = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != 0) return ReportFoundWhere(text, "number");
-    if (!(level >= 10 && level <= 99.99)) {
+    double level;
+    if (!read_level(text, &level)) return ReportFoundWhere(text, "number");
+    if (!level_is_sound(level)) {
         out_error("level must be between 10 and 99.99\n");
         return 198;
     }
@@ -176,7 +188,7 @@ const SettingRow kSettings[] = {
     {"procs_use",    9, SettingKind::Number,  &settings.procs_use,    1,     kMostProcessors, nullptr, procs_changed},
     {"rmsg",         1, SettingKind::Switch,  &settings.rmsg,         0,     0,     "rmsg"},
     {"seed",         2, SettingKind::Handler, nullptr},
-    {"trace",        2, SettingKind::Switch,  &settings.trace},
+    {"trace",        2, SettingKind::Switch,  &settings.trace,        0,     0,     nullptr, trace_changed},
     {"tracedepth",   6, SettingKind::Number,  &settings.tracedepth,   1,     32000},
     {"traceexpand",  6, SettingKind::Switch,  &settings.traceexpand,  0,     0,     "traceexpand"},
     {"tracesep",     6, SettingKind::Switch,  &settings.tracesep,     0,     0,     "tracesep"},
@@ -238,11 +250,17 @@ void LoadPersistentSettings() {
     for (const SettingRow& row : kSettings) load_row(row, recorded);
     settings.default_type = RecordedNumber(recorded, kSettingsSection, "type", 254) == 255 ? 255
                                                                                            : 254;
-    std::string level;
-    if (FindRecorded(recorded, kSettingsSection, "cilevel", &level) &&
-        level.size() < sizeof settings.level) {
-        std::strcpy(settings.level, level.c_str());
-    }
+}
+
+void LoadConfidenceLevel() {
+    const RecordedSettings recorded = ReadSettingsFile();
+    std::string text;
+    double level;
+    if (!FindRecorded(recorded, kSettingsSection, "cilevel", &text)) return;
+    if (text.size() >= sizeof settings.level || !read_level(text, &level)) return;
+    if (!level_is_sound(level)) return;
+    std::strcpy(settings.level, text.c_str());
+    SetMacro("S_level", text);
 }
 
 // set name value [, permanently]

@@ -54,6 +54,10 @@ enum class SettingKind : uint8_t {
 // Reads the recorded memory, maxvar and matsize: they are needed before anything else.
 void LoadMemoryPreferences();
 
+// Reads the recorded confidence level: last of all, and only into a session that begins at the
+// keyboard.
+void LoadConfidenceLevel();
+
 // Reads every persistent setting from the settings file into its field, bad values left out.
 void LoadPersistentSettings();
 

@@ -64,14 +64,17 @@ void show_note(const std::string& text) {
     frontend.ShowNote(nullptr);
 }
 
-// Takes a named block of the start and remembers it for `memory`.
+// Remembers a block of the start for `memory`.
+void remember_block(const char* name, int64_t bytes) {
+    if (n_start_blocks == kMaxStartBlocks) return;
+    StartBlock& entry = start_blocks[n_start_blocks++];
+    std::snprintf(entry.name, sizeof entry.name, "%s", name);
+    entry.bytes = bytes;
+}
+
 void* take_block(const char* name, int64_t bytes) {
     void* block = MapPages(size_t(bytes));
-    if (block != nullptr && n_start_blocks < kMaxStartBlocks) {
-        StartBlock& entry = start_blocks[n_start_blocks++];
-        std::snprintf(entry.name, sizeof entry.name, "%s", name);
-        entry.bytes = bytes;
-    }
+    if (block != nullptr) remember_block(name, bytes);
     return block;
 }
 
@@ -155,7 +158,8 @@ std::string batch_log_name(std::string_view command) {
         argument = argument.substr(0, argument.find_last_not_of(' ') + 1);
         const size_t separator = argument.find_last_of("/\\");
         if (separator != std::string_view::npos) argument.remove_prefix(separator + 1);
-        name = argument.substr(0, argument.find('.'));
+        argument = argument.substr(0, argument.find('.'));
+        if (!argument.empty()) name = argument;
     }
     return name + extension;
 }
@@ -177,13 +181,6 @@ bool open_batch_log(const std::string& command) {
     return true;
 }
 
-void close_batch_log() {
-    if (start_files.batch_log < 0) return;
-    DetachResultsLog(start_files.batch_log, start_files.batch_log_markup);
-    close(start_files.batch_log);
-    start_files.batch_log = -1;
-}
-
 void print_banner() {
     const LevelGuard level(kLevelText);
     out_tmrk("{txt}\n"
@@ -202,22 +199,15 @@ void print_notes() {
         out_textf("     %2d.  %s\n", ++n, text.c_str());
     };
     char text[100];
-    if (startup_options.memory != 0 || settings.memory != kDefaultMemory) {
-        std::snprintf(text, sizeof text, "(/m# option or -set memory-) %.2f MB allocated to data",
-                      double(settings.memory) / (1024.0 * 1024.0));
-        number(text);
-    }
+    std::snprintf(text, sizeof text, "(/m# option or -set memory-) %.2f MB allocated to data",
+                  double(settings.memory) / (1024.0 * 1024.0));
+    number(text);
     if (startup_options.maxvar != 0 || settings.maxvar != kDefaultMaxvar) {
         std::snprintf(text, sizeof text, "(/v# option or -set maxvar-) %d maximum variables",
                       settings.maxvar);
         number(text);
     }
     if (session.BatchMode) number("Korva running in batch mode");
-    if (n == 0) {
-        std::snprintf(text, sizeof text, "(/m# option or -set memory-) %.2f MB allocated to data",
-                      double(settings.memory) / (1024.0 * 1024.0));
-        number(text);
-    }
 }
 
 // The limits that tell a missing value must be what the arithmetic of this machine makes of them.
@@ -285,6 +275,7 @@ bool StartEngineTables(int32_t maxvar, int64_t memory) {
         std::memset(session.ReviewRing, 1, size_t(session.conslen) + 1);
         SetScanPointer(session.ConsoleBuffer);
         if (ScratchStart(size_t(scratch))) {
+            remember_block("achar", scratch);
             if (StartDataset(memory, maxvar)) return true;
         }
     }
@@ -348,7 +339,10 @@ int SessionStart(int argc, char** argv) {
     std::strcpy(session.ConsoleBuffer, command.c_str());
     SetScanPointer(session.ConsoleBuffer);
     StartStage = 19;
-    if (command.empty()) return 0;
+    if (command.empty()) {
+        LoadConfidenceLevel();
+        return 0;
+    }
     out_newline();
     return 1;
 }
@@ -361,8 +355,14 @@ void SessionCleanup(int exitCode) {
     session.ShuttingDown = 1;
     frontend.SavePreferences();
     if (StartStage >= 14) EndTemporaries();
-    if (StartStage >= 5) close_batch_log();
     StressReport();
+}
+
+void CloseBatchLog() {
+    if (start_files.batch_log < 0) return;
+    DetachResultsLog(start_files.batch_log, start_files.batch_log_markup);
+    close(start_files.batch_log);
+    start_files.batch_log = -1;
 }
 
 std::string FindProfileAlongSearchPath() {

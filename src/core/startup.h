@@ -33,6 +33,9 @@ void EndEngineTables();
 // profile.do along PATH and in the home directory; empty: there is none.
 std::string FindProfileAlongSearchPath();
 
+// Ends the log of a batch run: after everything that leaving the levels printed.
+void CloseBatchLog();
+
 // One of the blocks that the start took: its name and bytes, for `memory`.
 struct StartBlock {
     char name[9];

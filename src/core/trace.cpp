@@ -1,6 +1,8 @@
 // core/trace.cpp - what tracing prints; a line is shown twice when its macros changed it.
 #include "core/trace.h"
 
+#include <algorithm>
+
 #include "core/print.h"
 #include "core/session.h"
 #include "core/settings.h"
@@ -11,13 +13,18 @@ namespace {
 
 constexpr uint32_t kHashModulus = 1997333137;
 
+// Levels below the one at which tracing was turned on; its own lines count as the first.
+int trace_depth() {
+    return std::max(session.CallDepth - session.TraceDepth, 1);
+}
+
 // Programs and do-files deeper than tracedepth stay silent.
 bool trace_shows() {
-    return settings.trace && session.CallDepth <= settings.tracedepth;
+    return settings.trace && trace_depth() <= settings.tracedepth;
 }
 
 void print_indent() {
-    if (settings.traceindent) out_spaces(2 * (session.CallDepth - 1));
+    if (settings.traceindent) out_spaces(2 * (trace_depth() - 1));
 }
 
 }  // namespace
@@ -35,7 +42,7 @@ void TraceLine(bool expanded) {
         if (expanded) {
             out_spaces(3);
         } else {
-            out_textf("%02d ", session.CallDepth);
+            out_textf("%02d ", trace_depth());
         }
     }
     print_indent();

@@ -58,7 +58,7 @@ std::string shown_line(std::string_view line) {
 bool read_line(std::FILE* file, std::string* line) {
     line->clear();
     int c;
-    while ((c = std::getc(file)) != EOF && c != '\n') {
+    while ((c = std::getc(file)) != EOF && c != '\n' && !session.BreakFlag) {
         if (line->size() < kMaxLineBytes) *line += char(c);
     }
     if (!line->empty() && line->back() == '\r') line->pop_back();

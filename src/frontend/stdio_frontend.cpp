@@ -1,7 +1,8 @@
 // frontend/stdio_frontend.cpp - the front end on standard input and standard output.
 //
-// Finished lines come as records and go out as plain bytes or, to a terminal, with colours. Input is
-// read in blocks. Output gathers in a buffer that a flush, a read, or enough text sends on its way.
+// Finished lines come as records and go out as plain bytes or, to a terminal, with colours. Input
+// is read in blocks. Output gathers in a buffer that a flush, a read, or enough text sends on its
+// way.
 #include <poll.h>
 #include <signal.h>
 #include <unistd.h>
@@ -25,9 +26,9 @@ struct StdioState {
     bool input_is_terminal = false;
     bool colours = false;
     char input[65536];
-    size_t next = 0;           // of the bytes read and not yet taken
+    size_t next = 0;  // of the bytes read and not yet taken
     size_t filled = 0;
-    std::string queued;        // keys that dialogs or menus have queued
+    std::string queued;  // keys that dialogs or menus have queued
     size_t queued_next = 0;
     std::string output;        // gathered
     size_t partial_shown = 0;  // bytes of the unfinished line that a flush has shown
@@ -106,8 +107,8 @@ void results_sink(const unsigned char* record, int code) {
     if (state.output.size() >= kFlushBytes) send_output();
 }
 
-// Waits for input with the break signal let in only while waiting, so that none is missed between the
-// look at the flag and the wait. False: a break came.
+// Waits for input with the break signal let in only while waiting, so that none is missed between
+// the look at the flag and the wait. False: a break came.
 bool wait_for_input() {
     pollfd waits = {STDIN_FILENO, POLLIN, 0};
     sigset_t breaks;

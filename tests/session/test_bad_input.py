@@ -78,6 +78,11 @@ class BadInput(unittest.TestCase):
         self.assertIn("system limit exceeded", output)
         self.assertIn("r(1000);", output)
 
+    def test_blocks_and_prefixes_without_end(self):
+        output = self.session(["do blocks", "n " * 70000 + "display 1", "if 1 " * 30000 + "display 1"],
+                              {"blocks.do": "if 1 {\n" * 40000})
+        self.assertEqual(output.count("r(1000);"), 4, output[-3000:])
+
     def test_macros_without_end(self):
         output = self.session(
             ["global a $" + "b", "macro list a", 'global b "\\$b \\$b"', "display $b",

@@ -75,20 +75,34 @@ class Break(unittest.TestCase):
     def test_stops_a_loop_of_short_commands(self):
         self.broken("while 1 {\nlocal a = 1\n}")
 
-    def test_under_nobreak_it_fires_afterwards(self):
+    def broken_in_a_file(self, line, seconds=0.1):
+        """Breaks a line that runs slow.do; the line behind it must run."""
         with Sandbox(BUILD) as box:
             (box.work / "slow.do").write_text("local i = 0\nwhile `i' < 400000 {\nlocal i = `i' + 1\n}\n"
-                                              'display "whole"\n')
+                                              'noisily display "whole"\n')
+            (box.work / "outer.do").write_text("quietly run slow\n")
             session = Piped(box)
             session.type('display "ready"\n')
             session.wait_for("\nready")
-            session.type("nobreak do slow\n")
-            time.sleep(0.1)
+            session.type(line + '\ndisplay "code " _rc\n')
+            time.sleep(seconds)
             session.process.send_signal(signal.SIGINT)
-            session.wait_for("\nwhole")
+            session.wait_for("\ncode ")
             session.type('display "alive"\n')
             session.wait_for("\nalive")
-            session.end()
+            self.assertEqual(session.end(), 0)
+            return session.output.decode()
+
+    def test_under_nobreak_it_fires_afterwards(self):
+        output = self.broken_in_a_file("nobreak run slow")
+        self.assertLess(output.index("whole"), output.index("--Break--"))
+        output = self.broken_in_a_file("capture nobreak quietly run slow")
+        self.assertIn("code 1", output)
+
+    def test_in_quiet_files_it_is_reported_once(self):
+        output = self.broken_in_a_file("run outer")
+        self.assertEqual(output.count("--Break--"), 1)
+        self.assertNotIn("whole", output)
 
     def test_at_the_prompt_it_drops_the_line(self):
         with Sandbox(BUILD) as box:
