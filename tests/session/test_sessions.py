@@ -128,14 +128,14 @@ class SameResults(unittest.TestCase):
     """The tour shows the same whether it is a do-file, piped, a batch run or typed."""
 
     def run_korva(self, box, arguments, stdin=subprocess.DEVNULL):
-        return subprocess.run([KORVA, *arguments], cwd=ROOT, stdin=stdin, capture_output=True,
+        return subprocess.run([KORVA, *arguments], cwd=box.work, stdin=stdin, capture_output=True,
                               text=True, errors="replace", timeout=60, env=box.environment())
 
     def typed(self, box, lines):
         """Types the lines in a terminal; returns what the terminal showed."""
         pid, terminal = pty.fork()
         if pid == 0:
-            os.chdir(ROOT)
+            os.chdir(box.work)
             os.execve(KORVA, [KORVA, "/q"], {**box.environment(), "NO_COLOR": "1", "TERM": "dumb"})
         shown = b""
         try:
@@ -159,9 +159,15 @@ class SameResults(unittest.TestCase):
             as_file = self.run_korva(box, ["/q", "do", "examples/tour.do"])
             self.assertEqual(as_file.returncode, 0)
             expected = results(as_file.stdout)
+            self.assertGreater(len(expected), 80)
             with open(tour) as stdin:
                 piped = self.run_korva(box, ["/q"], stdin)
             self.assertEqual(results(piped.stdout), expected)
+            batch = self.run_korva(box, ["/q", "/b", "do", "examples/tour.do"])
+            self.assertEqual(batch.returncode, 0)
+            self.assertEqual(results((box.work / "tour.log").read_text()), expected)
+            typed = self.typed(box, ["set more off", *tour.read_text().splitlines()])
+            self.assertEqual(results(typed), expected)
 
     def test_batch_status_and_log(self):
         with Sandbox(BUILD) as box:
