@@ -273,7 +273,7 @@ ReturnCode CmdSet(int) {
         out_error("command query is not available yet\n");
         return 199;
     }
-    out_error("-set " + word + "- not recognized\n");
+    out_error(word + " not recognized\n");
     return 198;
 }
 

@@ -1,5 +1,6 @@
 *! args: , nostop
-// A brace taken for a line, a failing line that does not end its block, a skipped block that runs.
+* Would catch: a brace taken for a line, a failing line that does not end its
+* block, a skipped block that runs.
 {
     display "one"
     {
@@ -12,7 +13,6 @@ capture {
     display "must not run"
 }
 display _rc
-// 109
 program inner
     if 0 {
         capture {
@@ -20,7 +20,6 @@ program inner
         }
     }
     capture noisily {
-        display "shown"
         if 0 {
             display "must not run"
         }
@@ -34,18 +33,15 @@ program inner
     }
     display _rc
 end
+* Twice the same: the remembered ends of skipped blocks are right.
 inner
-// shown, else, the words of error 111 (invalid syntax), 111
 inner
-// the same again: the remembered ends of skipped blocks are right
 { display 1
-// "program error:  code follows on the same line as open brace", 198
 capture noisily {
     display 2
 } display 3
-// 2, then the words for a close brace
 display _rc
-// 198
+* Before version 8 text may stand beside braces.
 program old
     version 7
     if 1 { display "a" } else { display "b" }
@@ -56,4 +52,3 @@ program old
         display `i' }
 end
 old
-// a, d, e, 1, 2

@@ -1,5 +1,6 @@
 *! args: , nostop
-// A code that exit loses on its way through blocks and loops, _rc set by an exit behind capture.
+* Would catch: a code that exit loses on its way through blocks and loops, or
+* _rc set by an exit behind capture.
 program plain
     exit 7
     display "must not run"
@@ -18,7 +19,6 @@ program deep
 end
 capture deep
 display _rc
-// 8
 program captured
     capture error 5
     capture {
@@ -27,18 +27,16 @@ program captured
     display "must not run"
 end
 captured
-// r(9)
+* Neither the exit nor the line that failed changed it.
 display _rc
-// 5: neither the exit nor the line that failed changed it
 program expression
     exit 100 + 11
 end
 capture expression
 display _rc
-// 111
+* The option is refused before anything is left.
 capture exit 3, nosuch
 display _rc
-// 198: the option is refused before anything is left
 local i = 0
 while `i' < 3 {
     local i = `i' + 1

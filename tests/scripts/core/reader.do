@@ -17,4 +17,5 @@ display "two"; display "on a line";
 display "back"
 #nonsense
 do data/delimited a "b c"
-display "the caller's lines end at the line's end, and a last line without an end was dropped"
+* Its delimiter ended with it; its last line, without an end, was dropped.
+display "back in the caller"

@@ -1,5 +1,5 @@
 *! args: , nostop
-// A version that outlives its level or its prefix.
+* Would catch: a version that outlives its level or its prefix.
 version
 program seven
     version 7
@@ -11,16 +11,12 @@ version
 version 9, missing
 version
 version 10
-// this is version 9.2 of Korva; it cannot run version 10.0 programs, 9
+* Dates behind that of this program are refused.
 version 9.2, born(20 Jul 2007)
 version 9.2, born(21 Jul 2007)
-// you must update the Korva executable to run this program, 9
 version 9.2, born(30 Feb 2007)
-// "30 Feb 2007" invalid date, 198
 version abc
-// invalid syntax, 198
 version 9.2, nosuch
-// option nosuch not allowed, 198
 if 0 version 7: if 1 {
     display "must not run"
 }

@@ -1,9 +1,9 @@
-* Would catch: a group that is cut or joined wrongly, a header missing or too many, data not sorted taken.
+* Would catch: a group that is cut or joined wrongly, a header missing or too
+* many, unsorted data taken, a command run that takes no by.
 version 9.2
 use data/groups
-* Three tables, each under its town; the second has 3 outputs.
 by town: summarize output
-* The sort-only variable makes no groups; the keys in the header are both with two of them.
+* The sort-only variable makes no groups; with two keys the header has both.
 by town (year): list year
 by town year: list output if town == "Borg"
 bysort town: list year output, clean noobs
@@ -12,8 +12,7 @@ capture noisily by year: list
 display _rc
 capture noisily bysort open: list
 display _rc
-* Faults of the prefix itself: no colon 100, no list 100, no grouping variable 198; by itself and display
-* take no by, 190; in under by is 190, an option that is none 198 for either side.
+* Faults of the prefix itself, then of the command behind it.
 capture noisily by town list
 capture noisily by : list
 capture noisily by (town): list
@@ -22,8 +21,10 @@ capture noisily by town: display 1
 capture noisily by town: list in 1
 capture noisily by town: list, nosuch
 capture noisily by town, nosuch: list
-* rc0 goes on behind a group that fails and tells its code.
+display _rc
+* rc0 goes on behind a group that fails, and keeps the code.
 by town, rc0: list nosuch
+display _rc
 program first, byable(recall)
     list year `0'
 end
@@ -33,8 +34,8 @@ end
 program plain
     display "plain"
 end
-* The recalled program runs three times on all the data, so that each time row 1 shows; the other loops
-* itself. A program that says nothing about by is refused with 190.
+* The recalled program runs for each group on all the data, so that each time
+* row 1 shows; the other loops itself.
 by town: first in 1
 by town: once
 capture noisily by town: plain

@@ -1,15 +1,15 @@
-* Would catch: the wrong rows gone, a count that lies, sort order or hidden marks left behind, by not refused.
+* Would catch: the wrong rows gone, a count that lies, sort order or hidden
+* marks left behind, by not refused.
 version 9.2
 use data/groups
-* (2 observations deleted), then 0 takes the plural and changes nothing, then 1 the singular.
 drop if output >= .
 assert _N == 6 & output[3] == 5.5
 drop if output > 1000
 drop in 1
 assert _N == 5 & output[1] == 20 & output[5] == -3.25
-* The condition sees the data as they were: each row but the first has a row in front.
+* The condition sees the data as they were.
 use data/groups, clear
-drop if _n > 1 & year == year[_n-1] 
+drop if _n > 1 & year == year[_n-1]
 assert _N == 7 & year[4] == 1990 & year[5] == 1991
 keep in 2/-2
 assert _N == 5 & year[1] == 1991
@@ -30,7 +30,7 @@ drop town
 _describe
 keep _all
 assert _N == 5
-* Refused: by with a list or a range, a list with a condition, nothing at all.
+* by with a list or a range, a list with a condition, nothing at all.
 use data/groups, clear
 capture noisily by town: drop year
 capture noisily by town: drop in 1

@@ -1,7 +1,7 @@
-* Would catch: a range counted from the wrong end, a condition that misses the range, a part taken twice.
+* Would catch: a range counted from the wrong end, a condition that misses
+* the range, a qualifier taken twice.
 version 9.2
 use data/groups
-* Rows 1 and 8, 8, 7 and 8, all, then 4 and 5 with the qualifiers in either order.
 list year in f
 list year in l
 list year in -1
@@ -10,12 +10,12 @@ quietly summarize year in f/l
 assert r(N) == 8
 list year if open != . in 4/5
 list year in 4/5 if open != .
-* A missing value is larger than any number: rows 3 and 6 join those above 9.
+* A missing value is larger than any number.
 list output if output > 9
 list output if output > 9 & output < .
 * No row is no output and no error.
 list year if year > 2000
-* Each is refused with 198: out of range, turned, not a number, twice.
+* Out of range, turned, not a number, twice: all 198.
 capture noisily list year in 0
 capture noisily list year in 9
 capture noisily list year in 5/4
@@ -25,8 +25,9 @@ capture noisily list year in 1 in 2
 capture noisily list year if 1 if 1
 capture noisily list year !
 display _rc
-* Errors of the condition itself: unknown name 111, text for a number 109, nothing at all 198.
 capture noisily list year if nosuch == 1
+display _rc
 capture noisily list year if town
+display _rc
 capture noisily list year if
 display _rc

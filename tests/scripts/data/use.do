@@ -1,7 +1,6 @@
-* use puts values, labels, characteristics, sort order and the file's name
-* in place of the data.
+* Would catch: a value, label, characteristic, sort order or name of the file
+* that does not come in place of what was there.
 version 9.2
-
 * The label of the data shows. Both byte orders hold the same values.
 use data/small_lohi
 assert _N == 3
@@ -9,16 +8,10 @@ assert x[1] == 1.5 & x[2] == .b & x[3] == -2
 assert s[1] == "abc" & s[2] == "d" & s[3] == ""
 use data/small_hilo.dta
 assert x[1] == 1.5 & x[2] == .b & x[3] == -2 & g[3] == 1
-
-* x has its format, g shows its labels, s[2] its one letter.
 list
-
-* S_FN has the extension that was added, S_FNDATE the stamp's first blank.
+* The stamp keeps its first blank.
 display "|$S_FN|$S_FNDATE|"
-
-* 3 obs, 3 vars, "group" and gl beside g, sorted by g, a note on x.
 describe
-
 * Missing values of every type in rows 1 to 27, the limits in 28 and 29.
 use data/types_hilo
 assert _N == 30
@@ -28,13 +21,11 @@ assert b[28] == -127 & i[28] == -32767 & l[28] == -2147483647
 assert b[29] == 100 & i[29] == 32740 & l[29] == 2147483620
 assert s7[28] == "seven77" & s7[30] != "" & s1[29] == " "
 assert name_of_thirty_two_characters_xx[27] == 26
-* More rows than one block holds
+* More rows than one block holds.
 use data/blocks_hilo
 assert _N == 4500
 assert x == (_n - 1) / 2
 assert g == mod(_n - 1, 2)
-
-* No value labels: g shows 0, 1, 1.
 use data/small_lohi, nolabel
 list g
 * No rows, then no variables.
@@ -42,7 +33,6 @@ use data/no_rows
 count
 use data/no_variables
 display _N
-
 * using may stand in front; clear and replace both let data be lost.
 use using data/small_lohi
 generate y = 1

@@ -1,0 +1,2 @@
+display "hidden"
+noisily display "shown"

@@ -1,0 +1,2 @@
+tempvar x
+generate `x' = 1
