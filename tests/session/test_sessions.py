@@ -16,12 +16,13 @@ BREAK_SECONDS = 0.5 if BUILD.is_sanitized else 0.05  # a break is seen within th
 
 
 class Piped:
-    """A session whose standard input is a pipe that stays open."""
+    """A session whose standard input is a pipe that stays open; gone when the test is over."""
 
-    def __init__(self, box):
+    def __init__(self, test, box):
         self.process = subprocess.Popen([KORVA, "/q"], stdin=subprocess.PIPE, cwd=box.work,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                                         env=box.environment())
+        test.addCleanup(self.process.kill)  # one that was not broken would run for ever
         self.output = b""
 
     def type(self, text):
@@ -53,7 +54,7 @@ class Break(unittest.TestCase):
     def broken(self, line, more=""):
         """Runs an endless line, breaks it, and returns what shows behind the break."""
         with Sandbox(BUILD) as box:
-            session = Piped(box)
+            session = Piped(self, box)
             session.type('display "ready"\n')
             session.wait_for("\nready")
             session.type(line + "\n")
@@ -81,7 +82,7 @@ class Break(unittest.TestCase):
             (box.work / "slow.do").write_text("local i = 0\nwhile `i' < 400000 {\nlocal i = `i' + 1\n}\n"
                                               'noisily display "whole"\n')
             (box.work / "outer.do").write_text("quietly run slow\n")
-            session = Piped(box)
+            session = Piped(self, box)
             session.type('display "ready"\n')
             session.wait_for("\nready")
             session.type(line + '\ndisplay "code " _rc\n')
@@ -106,7 +107,7 @@ class Break(unittest.TestCase):
 
     def test_at_the_prompt_it_drops_the_line(self):
         with Sandbox(BUILD) as box:
-            session = Piped(box)
+            session = Piped(self, box)
             session.type('display "ready"\n')
             session.wait_for("\nready")
             time.sleep(0.1)
