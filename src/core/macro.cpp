@@ -31,8 +31,12 @@ constexpr size_t kMaxIncrementBytes = 39;
 constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-// Text of S_DATE and S_TIME, made when they are read.
-char clock_text[32];
+// Texts of S_DATE and S_TIME, made when they are read. Each has its own: a list may name both.
+struct ClockTexts {
+    char date[32];
+    char time[32];
+};
+ClockTexts clock_texts;
 
 // The store key of a local macro, on the stack.
 struct LocalKey {
@@ -51,22 +55,25 @@ int32_t kind_of_key(std::string_view key) {
     return key.starts_with('_') ? kKindLocalMacro + macros.MacroLevel : int32_t(kKindGlobalMacro);
 }
 
-std::string_view date_text() {
+tm local_time() {
     const time_t now = time(nullptr);
     tm parts{};
     localtime_r(&now, &parts);
-    const int n = std::snprintf(clock_text, sizeof clock_text, "%2d %s %04d", parts.tm_mday,
-                                kMonths[parts.tm_mon], parts.tm_year + 1900);
-    return {clock_text, size_t(n)};
+    return parts;
+}
+
+std::string_view date_text() {
+    const tm now = local_time();
+    const int n = std::snprintf(clock_texts.date, sizeof clock_texts.date, "%2d %s %04d",
+                                now.tm_mday, kMonths[now.tm_mon], now.tm_year + 1900);
+    return {clock_texts.date, size_t(n)};
 }
 
 std::string_view time_text() {
-    const time_t now = time(nullptr);
-    tm parts{};
-    localtime_r(&now, &parts);
-    const int n = std::snprintf(clock_text, sizeof clock_text, "%02d:%02d:%02d", parts.tm_hour,
-                                parts.tm_min, parts.tm_sec);
-    return {clock_text, size_t(n)};
+    const tm now = local_time();
+    const int n = std::snprintf(clock_texts.time, sizeof clock_texts.time, "%02d:%02d:%02d",
+                                now.tm_hour, now.tm_min, now.tm_sec);
+    return {clock_texts.time, size_t(n)};
 }
 
 }  // namespace

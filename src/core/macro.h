@@ -44,7 +44,7 @@ void RaiseMacroLevel();
 void DropMacroLevel();
 
 // In the current level, the macro 0 is the whole text and 1, 2, ... its tokens, split at blanks,
-// quotes respected and removed. 1004 or 920 when the text is longer than a macro may be.
+// quotes respected and removed. 1004 when the text is longer than a macro may be.
 ReturnCode SetArguments(std::string_view text);
 
 // Replaces every macro in ConsoleBuffer, in place, and puts the scanner at its start. 920 with its

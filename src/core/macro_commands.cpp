@@ -246,9 +246,10 @@ ReturnCode shift_macros() {
         if (ReturnCode rc = ExpectEnd(0)) return rc;
     }
     if (by == 0) return 0;
+    // The first undefined one ends the list; only `1` may be undefined in front of others.
     for (int i = 1; i <= by; i++) {
         StoreRecord* record = positional(i);
-        if (record == nullptr && i > 1) break;
+        if (record == nullptr && i > 1) return 0;
         StoreDelete(record);
     }
     for (int i = by + 1;; i++) {

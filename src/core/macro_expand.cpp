@@ -254,7 +254,6 @@ ReturnCode quoted_value(std::string_view name, MacroText* text) {
     case '.': return 0;  // a class reference: there are no classes to ask
     case '*':
         if (name.size() != 1) break;
-        text->view = {};
         if (ReturnCode rc = all_positional(&text->made)) return rc;
         text->view = text->made;
         return 0;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/ado_path.h"
+#include "core/alloc.h"
 #include "core/macro.h"
 #include "core/names.h"
 #include "core/platform.h"
@@ -41,8 +42,7 @@ bool TakeScannedWord(std::string_view* word, bool* quoted) {
     std::string_view text = start;
     const size_t bytes = text.size();
     const bool found = TakeWord(&text, word, quoted);
-    // At the end of the line TakeWord gives no place to count from.
-    SetScanPointer(start + (text.empty() ? bytes : bytes - text.size()));
+    SetScanPointer(start + bytes - text.size());
     return found;
 }
 
@@ -90,15 +90,13 @@ ReturnCode mf_sysdir(int, std::string* result) {
     return 0;
 }
 
-// Files whose name does not begin with a letter share one directory.
+// The subdirectory in which the search of the ado-path looks for the file.
 ReturnCode mf_adosubdir(int, std::string* result) {
     std::string_view name;
     if (!TakeScannedWord(&name) || name.empty()) return ReportRequired("filename");
     if (ReturnCode rc = ExpectEnd(0)) return rc;
     name.remove_prefix(name.find_last_of("/\\") + 1);
-    const char c = name.empty() ? '_' : name[0];
-    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-    *result += letter ? c : '_';
+    result->append(name.substr(0, 1));
     return 0;
 }
 
@@ -173,7 +171,7 @@ ReturnCode mf_dir(int, std::string* result) {
     DirRequest request;
     if (ReturnCode rc = take_dir_request(&request)) return rc;
     LevelGuard level(session.MessageLevel);
-    DIR* directory = opendir(request.path.c_str());
+    DIR* directory = StressFails() ? nullptr : opendir(request.path.c_str());
     if (directory == nullptr) {
         out_error("directory " + request.path + " not found\n");
         return 601;
@@ -248,16 +246,13 @@ static_assert(minimums_fit_names());
 
 // r, e or s with a parenthesis behind it lists names of results.
 bool takes_result_names(ResultFamily* family) {
-    if (PeekChar() != '(') return false;
-    if (TokenIs("r"))
-        *family = ResultFamily::R;
-    else if (TokenIs("e"))
-        *family = ResultFamily::E;
-    else if (TokenIs("s"))
-        *family = ResultFamily::S;
-    else
-        return false;
-    return true;
+    if (PeekChar() != '(' || std::strlen(scanner.TokenBuffer) != 1) return false;
+    switch (scanner.TokenBuffer[0]) {
+    case 'r': *family = ResultFamily::R; return true;
+    case 'e': *family = ResultFamily::E; return true;
+    case 's': *family = ResultFamily::S; return true;
+    default: return false;
+    }
 }
 
 ReturnCode run_row(std::string* result) {

@@ -22,8 +22,8 @@ struct MacroFunctionRow {
 ReturnCode MfDisplay(int, std::string* result);
 
 // Defined in data/macro_functions.cpp: what the dataset knows.
-ReturnCode MfVariableFact(int fact, std::string* result);  // 0 type, 1 format, 2 value label, 3
-                                                           // label
+// Fact: 0 storage type, 1 format, 2 name of the value label, 3 variable label.
+ReturnCode MfVariableFact(int fact, std::string* result);
 ReturnCode MfSortedby(int, std::string* result);
 ReturnCode MfChar(int, std::string* result);
 ReturnCode MfLabel(int, std::string* result);
@@ -37,8 +37,8 @@ ReturnCode MfProperties(int, std::string* result);  // core/program_commands.cpp
 ReturnCode MfWord(int, std::string* result);
 ReturnCode MfList(int, std::string* result);
 ReturnCode MfAll(int, std::string* result);
-ReturnCode MfResultNames(int family, std::string* result);  // ResultFamily; the scanner is before
-                                                            // the (
+// Family: a ResultFamily. The scanner stands before the parenthesis.
+ReturnCode MfResultNames(int family, std::string* result);
 
 // Defined in core/macro_text_functions.cpp.
 ReturnCode MfSubinstr(int, std::string* result);

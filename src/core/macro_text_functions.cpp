@@ -163,7 +163,9 @@ ReturnCode MfSubinstr(int, std::string* result) {
     } else {
         made = substitute(job, result);
     }
-    return job.count_macro.empty() ? 0 : SetMacro(job.count_macro, std::to_string(made));
+    // A result that is too long is refused by the caller, and nothing is counted then.
+    if (job.count_macro.empty() || result->size() >= size_t(session.macrolen)) return 0;
+    return SetMacro(job.count_macro, std::to_string(made));
 }
 
 // piece #piece #length of "text" [, nobreak]

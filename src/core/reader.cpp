@@ -42,9 +42,9 @@ struct ByteClasses {
     constexpr ByteClasses() {
         for (int c = 0; c < 32; c++) of[c] = kDropped;
         of[255] = kDropped;
-        of['\n'] = kLineEnd;
-        of['\r'] = kLineEnd;
-        of['\t'] = kTab;
+        of[uint8_t('\n')] = kLineEnd;
+        of[uint8_t('\r')] = kLineEnd;
+        of[uint8_t('\t')] = kTab;
         for (char c : {'"', '`', '\'', '/', '*', ';'}) of[uint8_t(c)] = kMark;
     }
 };

@@ -56,7 +56,8 @@ uint32_t hash_name(std::string_view name) {
 }
 
 StoreRecord** name_head(uint32_t hash) {
-    return &store.by_name[hash % kNameBuckets];
+    const uint32_t bucket = hash % kNameBuckets;
+    return &store.by_name[bucket * kChainsOfBucket + hash / kNameBuckets % kChainsOfBucket];
 }
 
 StoreRecord** type_head(int32_t type) {
@@ -172,7 +173,7 @@ bool fits(uint32_t capacity, uint32_t length) {
 
 // The record for a payload of `length` bytes under the name and kind; its bytes are whatever they
 // were. A record that must go is left to the caller in *old, since the new payload may come from
-// it.
+// it, and since it stays when there is no memory for another.
 StoreRecord* reserve(std::string_view name, int32_t type, uint32_t length, uint32_t user_word,
                      StoreRecord** old) {
     const uint32_t hash = hash_name(name);
@@ -184,7 +185,9 @@ StoreRecord* reserve(std::string_view name, int32_t type, uint32_t length, uint3
         return record;
     }
     *old = record;
-    return create(name, hash, type, length, user_word);
+    StoreRecord* made = create(name, hash, type, length, user_word);
+    if (made == nullptr) *old = nullptr;
+    return made;
 }
 
 }  // namespace

@@ -80,7 +80,7 @@ StoreRecord* StoreCreate(std::string_view name, int32_t type, uint32_t length,
 // Stores `length` bytes under (name, kind). An existing record is used again if the new length is
 // at most its capacity and at least capacity less slack, the slack being half the new length, held
 // between 128 and 1024; otherwise it is freed and made anew. The bytes may lie in the record's own
-// payload. Null: as StoreCreate, and the old one is gone.
+// payload. Null: as StoreCreate, and the old one is as it was.
 StoreRecord* StorePut(std::string_view name, int32_t type, const void* bytes, uint32_t length,
                       uint32_t user_word = 0);
 

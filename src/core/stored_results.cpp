@@ -57,13 +57,15 @@ void ClearResults() {
 }
 
 ReturnCode SetResultNumber(std::string_view name, double value) {
+    if (StorePut(name, kKindResultScalar, &value, sizeof value) == nullptr) return 950;
     StoreDelete(StoreFind(name, kKindResultMacro));
-    return StorePut(name, kKindResultScalar, &value, sizeof value) == nullptr ? 950 : 0;
+    return 0;
 }
 
 ReturnCode SetResultText(std::string_view name, std::string_view text) {
+    if (ReturnCode rc = SetMacroOfKind(name, kKindResultMacro, text)) return rc;
     StoreDelete(StoreFind(name, kKindResultScalar));
-    return SetMacroOfKind(name, kKindResultMacro, text);
+    return 0;
 }
 
 void ClearSResults() {

@@ -7,30 +7,44 @@ namespace korva {
 
 namespace {
 
-// Index behind the compound string whose `" stands at `at`; the end of the text closes it.
-size_t behind_compound(std::string_view text, size_t at) {
+bool opens_compound(std::string_view text, size_t at) {
+    return text[at] == '`' && at + 1 < text.size() && text[at + 1] == '"';
+}
+
+// Where a string ends, and whether its own quote ended it or the text did.
+struct StringEnd {
+    size_t behind;
+    bool closed;
+};
+
+// Of the compound string whose `" stands at `at`.
+StringEnd end_of_compound(std::string_view text, size_t at) {
     int depth = 0;
     while (at + 1 < text.size()) {
-        if (text[at] == '`' && text[at + 1] == '"') {
+        if (opens_compound(text, at)) {
             depth++;
             at += 2;
         } else if (text[at] == '"' && text[at + 1] == '\'') {
             at += 2;
-            if (--depth == 0) return at;
+            if (--depth == 0) return {at, true};
         } else {
             at++;
         }
     }
-    return text.size();
+    return {text.size(), false};
 }
 
-size_t behind_plain(std::string_view text, size_t at) {
+// Of the plain string whose quote stands at `at`.
+StringEnd end_of_plain(std::string_view text, size_t at) {
     const size_t close = text.find('"', at + 1);
-    return close == std::string_view::npos ? text.size() : close + 1;
+    if (close == std::string_view::npos) return {text.size(), false};
+    return {close + 1, true};
 }
 
-bool opens_compound(std::string_view text, size_t at) {
-    return text[at] == '`' && at + 1 < text.size() && text[at + 1] == '"';
+// Index behind the string or the one byte at `at`.
+size_t behind_part(std::string_view text, size_t at) {
+    if (opens_compound(text, at)) return end_of_compound(text, at).behind;
+    return text[at] == '"' ? end_of_plain(text, at).behind : at + 1;
 }
 
 }  // namespace
@@ -43,30 +57,17 @@ bool TakeWord(std::string_view* text, std::string_view* word, bool* quoted) {
         *text = *word = {};
         return false;
     }
-    if (opens_compound(rest, 0)) {
-        const size_t end = behind_compound(rest, 0);
-        const bool closed = end >= 4 && rest.substr(end - 2, 2) == "\"'";
-        *word = rest.substr(2, (closed ? end - 2 : end) - 2);
-        *text = rest.substr(end);
-        if (quoted != nullptr) *quoted = true;
-        return true;
-    }
-    if (rest[0] == '"') {
-        const size_t end = behind_plain(rest, 0);
-        const bool closed = end >= 2 && rest[end - 1] == '"';
-        *word = rest.substr(1, (closed ? end - 1 : end) - 1);
-        *text = rest.substr(end);
+    const bool compound = opens_compound(rest, 0);
+    if (compound || rest[0] == '"') {
+        const StringEnd end = compound ? end_of_compound(rest, 0) : end_of_plain(rest, 0);
+        const size_t quote = compound ? 2 : 1;
+        *word = rest.substr(quote, end.behind - (end.closed ? 2 : 1) * quote);
+        *text = rest.substr(end.behind);
         if (quoted != nullptr) *quoted = true;
         return true;
     }
     size_t at = 0;
-    while (at < rest.size() && rest[at] != ' ') {
-        if (opens_compound(rest, at)) {
-            at = behind_compound(rest, at);
-        } else {
-            at = rest[at] == '"' ? behind_plain(rest, at) : at + 1;
-        }
-    }
+    while (at < rest.size() && rest[at] != ' ') at = behind_part(rest, at);
     *word = rest.substr(0, at);
     *text = rest.substr(at);
     return true;

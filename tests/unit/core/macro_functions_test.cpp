@@ -35,6 +35,8 @@ TEST_F(MacroFunctionsTest, WordsAreSplitAtBlanks) {
     EXPECT_EQ(value("word count"), "0");
     EXPECT_EQ(value("word 2 of a-b  \"c d\" e"), "c d");
     EXPECT_EQ(value("word 4 of a b c"), "");
+    // The quote that ends the text closes the inner string, and the outer one stays open.
+    EXPECT_EQ(value("word 1 of `\"a `\"b c\"'"), "a `\"b c\"'");
     const std::string word(1000, 'w');  // longer than a token
     EXPECT_EQ(value("word 1 of " + word + " x"), word);
     EXPECT_EQ(code("word 0 of a"), 198);
@@ -72,6 +74,10 @@ TEST_F(MacroFunctionsTest, ListsOfTwoMacros) {
     EXPECT_EQ(value("list b in a"), "0");
     EXPECT_EQ(value("list none in a"), "1");
     EXPECT_EQ(code("list a + b"), 198);
+    // The two clocks are made as they are read, and one does not overwrite the other.
+    const std::string month_and_year(MacroValue("S_DATE").substr(2));
+    EXPECT_NE(value("list global(S_DATE) | global(S_TIME)").find(month_and_year),
+              std::string::npos);
     SetLocal("sort", "s");
     EXPECT_EQ(value("list sort | b"), "s b d");  // a macro may have a function's name
 }
@@ -90,7 +96,9 @@ TEST_F(MacroFunctionsTest, Subinstr) {
     EXPECT_EQ(code("subinstr x \"a\" \"b\""), 198);
     EXPECT_EQ(code("subinstr local x a b"), 198);
     SetLocal("x", std::string(50000, 'a'));
-    EXPECT_EQ(code("subinstr local x \"a\" \"bbbb\", all"), 920);
+    SetLocal("n", "before");
+    EXPECT_EQ(code("subinstr local x \"a\" \"bbbb\", all count(local n)"), 920);
+    EXPECT_EQ(LocalValue("n"), "before");
 }
 
 TEST_F(MacroFunctionsTest, Pieces) {
@@ -113,6 +121,7 @@ TEST_F(MacroFunctionsTest, LengthsAndNames) {
     EXPECT_EQ(value("tempvar"), "__000000");
     EXPECT_EQ(value("adosubdir dir/xyz.ado"), "x");
     EXPECT_EQ(value("adosubdir _xyz.ado"), "_");
+    EXPECT_EQ(value("adosubdir 1xyz.class"), "1");  // where the search of the path looks, too
     EXPECT_EQ(value("set maxvar"), value("set maxvar"));
     EXPECT_EQ(code("set nosuch"), 111);
     EXPECT_EQ(code("nosuch x"), 198);

@@ -321,6 +321,13 @@ TEST_F(MacroTest, DropAndShift) {
     EXPECT_EQ(run(CmdMacro, 0, " shift 5"), 0);
     EXPECT_EQ(expanded("[`*']"), "[]");
     EXPECT_EQ(run(CmdMacro, 0, " shift x"), 198);
+    // Two steps do what two single ones do: an undefined macro ends the list.
+    SetArguments("a \"\" c");
+    EXPECT_EQ(run(CmdMacro, 0, " shift 2"), 0);
+    EXPECT_EQ(expanded("[`1'][`2'][`3']"), "[][][c]");
+    SetArguments("a b");
+    EXPECT_EQ(run(CmdMacro, 0, " shift 2147483647"), 0);
+    EXPECT_EQ(expanded("[`*']"), "[]");
     EXPECT_EQ(run(CmdMacro, 0, " list none"), 111);
     EXPECT_EQ(run(CmdMacro, 0, " nosuch"), 198);
 }
