@@ -300,10 +300,12 @@ int SessionMain(int argc, char** argv) {
         }
         SessionCleanup(0);
         CloseBatchLog();
+        frontend.PumpMessages();
         return last == 0 ? 0 : 1;
     }
     if (go_on) run_keyboard();
     SessionCleanup(0);
+    frontend.PumpMessages();  // what leaving the levels printed behind the clean-up
     return 0;
 }
 

@@ -6,7 +6,8 @@
 // from by_state; its line stays in ConsoleBuffer and its parse is kept from group to group. A
 // program overwrites both ConsoleBuffer and CommandWord, so its line is laid there anew for each
 // group; active is off while it runs, for what it calls works on all observations, and its position
-// stands in the group fields.
+// stands in the group fields. A program may also change the data: the next group is then looked for
+// by the values of the keys.
 #include "data/by.h"
 
 #include <cstring>
@@ -17,12 +18,14 @@
 #include "core/commands.h"
 #include "core/dispatch.h"
 #include "core/macro.h"
+#include "core/missing.h"
 #include "core/poll.h"
 #include "core/print.h"
 #include "core/program.h"
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/session.h"
+#include "core/store.h"
 #include "core/upcalls.h"
 #include "data/cells.h"
 #include "data/skeleton.h"
@@ -34,7 +37,6 @@ ByState by_state;
 namespace {
 
 constexpr int kMaxByLevel = 100;
-constexpr int kMaxStateKeys = int(std::size(ByState{}.keys));
 
 // What stands in front of the colon, and the command behind it.
 struct ByPlan {
@@ -116,11 +118,8 @@ bool same_key(int var, const uint8_t* row, const uint8_t* other) {
     const uint8_t* a = row + offset;
     const uint8_t* b = other + offset;
     if (std::memcmp(a, b, size_t(type_width(type))) == 0) return true;
-    // Unequal bytes may be equal values: the two zeros, and what lies behind the end of a text.
-    if (type_is_string(type)) {
-        return std::strncmp(reinterpret_cast<const char*>(a), reinterpret_cast<const char*>(b),
-                            type) == 0;
-    }
+    // Unequal bytes are equal values in the two zeros only.
+    if (type_is_string(type)) return false;
     return read_cell(type, a) == read_cell(type, b);
 }
 
@@ -176,16 +175,18 @@ ReturnCode set_group(const ByPlan& plan, int32_t first) {
     return 0;
 }
 
-void start_groups(const ByPlan& plan) {
+void start_groups() {
     by_state.level++;
     by_state.first_group = true;
     by_state.last_group = false;
     by_state.group_first = 1;
     by_state.group_last = 0;
     by_state.group_number = 0;
-    by_state.nkeys = int32_t(plan.keys.size()) < kMaxStateKeys ? int32_t(plan.keys.size())
-                                                               : kMaxStateKeys;
-    for (int32_t k = 0; k < by_state.nkeys; k++) by_state.keys[k] = plan.keys[size_t(k)];
+}
+
+// True between two groups when the session is being left: nothing more is run.
+bool is_leaving() {
+    return session.Unwind || session.ShuttingDown;
 }
 
 // What a group's code does to the loop: 0, and the loop goes on, or the code that ends it.
@@ -217,22 +218,20 @@ ReturnCode run_builtin(const ByPlan& plan) {
         SetScanPointer(plan.rest_in_line);
         std::memcpy(session.CommandWord, plan.word, sizeof plan.word);
         if (ReturnCode rc = judge_code(plan, Dispatch())) return rc;
-        if (last) return 0;
+        if (last || is_leaving()) return 0;
     }
     return 0;
 }
 
 ReturnCode run_builtin_groups(std::string_view name, ByPlan* plan) {
     ByStateGuard restore;
-    start_groups(*plan);
+    start_groups();
     by_state.active = true;
     by_state.in_program = false;
-    by_state.quiet_count = reports_once(name);
-    if (by_state.quiet_count) {
+    if (reports_once(name)) {
         plan->header = false;
         plan->rc0 = false;
     }
-    if (plan->rc0) session.CaptureCode = 0;
     forget_parsed_skeleton();
     const ReturnCode rc = run_builtin(*plan);
     forget_parsed_skeleton();
@@ -269,56 +268,120 @@ ReturnCode make_group_index(const ByPlan& plan, GroupIndex* index) {
     return 0;
 }
 
-// The local macros _byvars, _byrc0 and _byindex of the level that the program is about to open.
-ReturnCode set_program_macros(const ByPlan& plan, const GroupIndex& index) {
-    std::string names;
-    for (const std::string& name : plan.names) {
-        if (!names.empty()) names += ' ';
-        names += name;
-    }
-    macros.MacroLevel++;
-    ReturnCode rc = SetMacro("__byvars", names);
-    if (!rc) rc = SetMacro("__byrc0", plan.rc0 ? ", rc0" : "");
-    if (!rc) rc = SetMacro("__byindex", index.name);
-    macros.MacroLevel--;
-    return rc;
-}
+// The local macros _byvars, _byrc0 and _byindex of the level that the program is about to open. At
+// the deepest level it cannot be entered, and there is no kind of store records for its macros.
+struct ProgramMacros {
+    int32_t kind = kKindLocalMacro + macros.MacroLevel + 1;
+    bool has_level = session.CallDepth < kMaxCallDepth && macros.MacroLevel + 1 < kLevels;
 
-void drop_program_macros() {
-    macros.MacroLevel++;
-    for (const char* key : {"__byvars", "__byrc0", "__byindex"}) DropMacro(key);
-    macros.MacroLevel--;
-}
+    ReturnCode set(const ByPlan& plan, const GroupIndex& index) const {
+        if (!has_level) return 0;
+        std::string names;
+        for (const std::string& name : plan.names) {
+            if (!names.empty()) names += ' ';
+            names += name;
+        }
+        ReturnCode rc = SetMacroOfKind("__byvars", kind, names);
+        if (!rc) rc = SetMacroOfKind("__byrc0", kind, plan.rc0 ? ", rc0" : "");
+        if (!rc) rc = SetMacroOfKind("__byindex", kind, index.name);
+        return rc;
+    }
+    // The level's end drops them; they remain if the program could not be entered.
+    ~ProgramMacros() {
+        for (const char* key : {"__byvars", "__byrc0", "__byindex"}) {
+            if (has_level) SetMacroOfKind(key, kind, "");
+        }
+    }
+};
 
 ReturnCode call_program(const ByPlan& plan, const GroupIndex& index) {
-    if (ReturnCode rc = set_program_macros(plan, index)) return rc;
+    const ProgramMacros program_macros;
+    if (ReturnCode rc = program_macros.set(plan, index)) return rc;
     std::memcpy(session.ConsoleBuffer, plan.rest.c_str(), plan.rest.size() + 1);
     SetScanPointer(session.ConsoleBuffer);
     std::memcpy(session.CommandWord, plan.word, sizeof plan.word);
-    const ReturnCode rc = Dispatch();
-    drop_program_macros();
-    return rc == 2000 || rc == 2001 ? 0 : rc;
+    return Dispatch();
 }
 
-// A program may drop, move or re-sort: the keys are found again, and the order must still hold.
-ReturnCode find_keys_again(ByPlan* plan) {
+// The value of a key in a group.
+struct KeyValue {
+    bool is_text = false;
+    double number = 0;
+    std::string text;
+};
+
+std::vector<KeyValue> key_values(const std::vector<int32_t>& keys, int32_t obs) {
+    std::vector<KeyValue> values;
+    for (int32_t var : keys) {
+        const bool is_text = type_is_string(dataset.types[var - 1]);
+        values.push_back({is_text, get(var, obs), std::string(cell_text(var, obs))});
+    }
+    return values;
+}
+
+// True if the observation's keys come behind the values in the sort order.
+bool comes_behind(int32_t obs, const std::vector<int32_t>& keys,
+                  const std::vector<KeyValue>& values) {
+    for (size_t k = 0; k < keys.size(); k++) {
+        if (values[k].is_text) {
+            const int order = cell_text(keys[k], obs).compare(values[k].text);
+            if (order != 0) return order > 0;
+        } else if (const double x = get(keys[k], obs); x != values[k].number) {
+            return x > values[k].number;
+        }
+    }
+    return false;
+}
+
+// A program may have dropped, moved or recast the keys: finds them again. 5, 109 or 111, with
+// words, if the loop cannot go on.
+ReturnCode find_keys_again(const std::vector<KeyValue>& values, ByPlan* plan) {
     for (size_t k = 0; k < plan->keys.size(); k++) {
-        plan->keys[k] = find_variable_exact(plan->names[k]);
-        if (plan->keys[k] == 0) return ReportNotFound(plan->names[k]);
+        const int32_t var = find_variable_exact(plan->names[k]);
+        if (var == 0) return ReportNotFound(plan->names[k]);
+        if (type_is_string(dataset.types[var - 1]) != values[k].is_text) return ReportError(109);
+        plan->keys[k] = var;
     }
     return sorted_by(plan->keys) ? 0 : ReportError(5);
+}
+
+// The first observation of the group behind the one of these values, whatever the program dropped,
+// added or moved; behind the last observation if there is none.
+int32_t next_group(const std::vector<int32_t>& keys, const std::vector<KeyValue>& values) {
+    int64_t low = 1;
+    int64_t high = int64_t(dataset.nobs) + 1;
+    while (low < high) {
+        const int64_t middle = (low + high) / 2;
+        if (comes_behind(int32_t(middle), keys, values)) {
+            high = middle;
+        } else {
+            low = middle + 1;
+        }
+    }
+    return int32_t(low);
+}
+
+// The group's number as the index variable has it: a group that is gone leaves a gap.
+void take_number_from(const GroupIndex& index) {
+    const int32_t var = find_variable_exact(index.name);
+    const double number = var ? get(var, by_state.group_first) : kSysMissing;
+    if (number < kSysMissing) by_state.group_number = int32_t(number);
 }
 
 ReturnCode recall_program(ByPlan* plan, const GroupIndex& index) {
     for (int32_t next = 1; next <= dataset.nobs;) {
         if (session.BreakFlag) return kBreak;
         if (ReturnCode rc = set_group(*plan, next)) return rc;
+        take_number_from(index);
         const bool last = by_state.last_group;
-        next = by_state.group_last + 1;
+        const std::vector<KeyValue> values = key_values(plan->keys, next);
         if (plan->header) print_header(*plan);
-        if (ReturnCode rc = judge_code(*plan, call_program(*plan, index))) return rc;
-        if (last) return 0;
-        if (ReturnCode rc = find_keys_again(plan)) return rc;
+        const ReturnCode code = call_program(*plan, index);
+        const bool is_empty_group = code == 2000 || code == 2001;
+        if (ReturnCode rc = judge_code(*plan, is_empty_group ? 0 : code)) return rc;
+        if (last || is_leaving()) return 0;
+        if (ReturnCode rc = find_keys_again(values, plan)) return rc;
+        next = next_group(plan->keys, values);
     }
     return 0;
 }
@@ -335,15 +398,11 @@ ReturnCode run_program_groups(uint8_t byable, ByPlan* plan) {
     if (ReturnCode rc = make_group_index(*plan, &index)) return rc;
 
     ByStateGuard restore;
-    start_groups(*plan);
+    start_groups();
     by_state.active = false;
     by_state.in_program = true;
     by_state.program_depth = session.CallDepth + 1;
-    by_state.quiet_count = false;
-    if (byable != kByOnecall) {
-        if (plan->rc0) session.CaptureCode = 0;
-        return recall_program(plan, index);
-    }
+    if (byable != kByOnecall) return recall_program(plan, index);
     by_state.last_group = true;
     by_state.group_last = dataset.nobs;
     by_state.group_number = 1;
@@ -411,6 +470,7 @@ ReturnCode CmdBy(int argument) {
         return run_builtin_groups(builtin, &plan);
     }
     const std::string_view other = UnabbreviateBuiltin(plan.word);
+    if (other == "by" || other == "bysort") return ReportError(7198);
     if (!other.empty()) return refuse_by(other);
     uint8_t byable = kByNo;
     if (ReturnCode rc = find_byable_program(plan, &byable)) return rc;

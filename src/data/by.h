@@ -13,12 +13,9 @@ struct ByState {
     bool active = false;  // a built-in runs by group now
     bool first_group = true;
     bool last_group = true;
-    bool quiet_count = false;  // the command prints its counts once, at the last group
-    int32_t group_first = 1;   // observations of the group, 1-based
+    int32_t group_first = 1;  // observations of the group, 1-based
     int32_t group_last = 0;
-    int32_t group_number = 0;  // 1-based
-    int32_t keys[256] = {};    // by variables (the first of them when there are more)
-    int32_t nkeys = 0;
+    int32_t group_number = 0;   // 1-based
     bool in_program = false;    // a byable program runs: group_... are its position
     int32_t program_depth = 0;  // session.CallDepth inside that program
 };

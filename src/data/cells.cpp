@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 
 namespace korva {
 
@@ -103,6 +104,30 @@ inline double read_as(const uint8_t* cell) {
         using Integer = IntegerCell<type>;
         const int32_t value = load<typename Integer::Cell>(cell);
         return value == Integer::missing ? kSysMissing : double(value);
+    }
+}
+
+// The bits of a cell of the type, if they are sound; else those of its `.`.
+template <StorageType type>
+inline auto sound_bits(const uint8_t* cell) {
+    constexpr bool is_old = type < kByte;
+    constexpr unsigned kCodes = is_old ? 1 : kMissingValues;
+    if constexpr (type == kDouble || type == kOldDouble) {
+        constexpr uint64_t kDot = 0x7FE0000000000000ULL;
+        const uint64_t bits = load<uint64_t>(cell);
+        const bool is_number = (bits & kDot) != kDot;
+        return is_number || std::rotr(bits - kDot, 40) < kCodes ? bits : kDot;
+    } else if constexpr (type == kFloat || type == kOldFloat) {
+        constexpr uint32_t kDot = 0x7F000000;
+        const uint32_t bits = load<uint32_t>(cell);
+        const bool is_number = (bits & kDot) != kDot;
+        return is_number || std::rotr(bits - kDot, 11) < kCodes ? bits : kDot;
+    } else {
+        using Integer = IntegerCell<type>;
+        using Cell = typename Integer::Cell;
+        const Cell value = load<Cell>(cell);
+        const bool below = !is_old && value == std::numeric_limits<Cell>::min();
+        return below ? Cell(Integer::missing) : value;
     }
 }
 
@@ -281,6 +306,33 @@ void scatter_at(int var, int obs, const uint16_t* place, int n, const double* va
     with_numeric_type(dataset.types[var - 1], [&]<StorageType t>() {
         for (int i = 0; i < n; i++)
             write_as<t>(column + uint64_t(slot[place[i]]) * pitch, values[i]);
+    });
+}
+
+bool cell_is_sound(StorageType type, const uint8_t* cell) {
+    if (type_is_string(type)) {
+        const uint8_t* end = cell + type;
+        const uint8_t* behind = std::find(cell, end, uint8_t(0));
+        return std::all_of(behind, end, [](uint8_t byte) { return byte == 0; });
+    }
+    bool sound = false;
+    with_numeric_type(type, [&]<StorageType t>() {
+        const auto bits = sound_bits<t>(cell);
+        sound = std::memcmp(&bits, cell, sizeof bits) == 0;
+    });
+    return sound;
+}
+
+void make_cells_sound(StorageType type, uint8_t* cell, int n, size_t pitch) {
+    if (type_is_string(type)) {
+        for (int i = 0; i < n; i++, cell += pitch) {
+            const size_t used = strnlen(reinterpret_cast<char*>(cell), type);
+            std::memset(cell + used, 0, type - used);
+        }
+        return;
+    }
+    with_numeric_type(type, [&]<StorageType t>() {
+        for (int i = 0; i < n; i++, cell += pitch) store(cell, sound_bits<t>(cell));
     });
 }
 

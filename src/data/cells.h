@@ -50,6 +50,16 @@ void scatter(int var, int obs, int n, const double* values);
 void gather_at(int var, int obs, const uint16_t* place, int n, double* out);
 void scatter_at(int var, int obs, const uint16_t* place, int n, const double* values);
 
+// True if the cell holds a number or a missing value that its type has: no NaN, no infinity, no
+// pattern among the missing values that stands for none, not the integer below the type's least.
+// A string is sound if only NULs follow its first NUL. The program stores no other cells and relies
+// on it; integers of the old types may hold anything until they are upgraded.
+bool cell_is_sound(StorageType type, const uint8_t* cell);
+
+// Makes n cells from outside sound that lie `pitch` bytes apart: the number cells that are not
+// become `.`, strings are padded with NULs.
+void make_cells_sound(StorageType type, uint8_t* cell, int n, size_t pitch);
+
 // Rounds through the float store rule: what a float cell would hold of x.
 double round_to_float(double x);
 

@@ -137,6 +137,9 @@ std::string check_variable(int var) {
         return where + "value-label name";
     }
     if (variable_label(var).size() > kVariableLabelMax) return where + "label";
+    for (int obs = 1; obs <= dataset.nobs; obs++) {
+        if (!cell_is_sound(type, rawcell(var, obs))) return where + "cell";
+    }
     return {};
 }
 

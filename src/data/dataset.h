@@ -161,7 +161,7 @@ ReturnCode set_variable_label(int var, std::string_view text);
 // kBreak with nobs as it was.
 ReturnCode extend_observations(int32_t n);
 
-// Checks every invariant of the store: offsets, names, slots, sortlist, strings; for tests and
+// Checks every invariant of the store: offsets, names, slots, sortlist, cells; for tests and
 // fuzzing. Empty if all hold, else what does not.
 std::string check_dataset();
 

@@ -202,15 +202,16 @@ void print_name(int32_t var, const DescribeOptions& options) {
 // Prints one variable; returns whether it has notes.
 bool print_variable(int32_t var, const DescribeOptions& options) {
     print_name(var, options);
-    out_textf("%-6s %-11s ", type_name(dataset.types[var - 1]).c_str(), dataset.formats[var - 1]);
     const char* label_name = dataset.label_names[var - 1];
-    out_text(label_name);
     const bool has_notes = !characteristic(dataset.names[var - 1], "note0").empty();
     const std::string label = variable_label(var);
+    const std::string type = type_name(dataset.types[var - 1]);
     if (!has_notes && label.empty()) {
-        out_newline();
+        out_textf(*label_name ? "%-6s %-11s %s\n" : "%-6s %s%s\n", type.c_str(),
+                  dataset.formats[var - 1], label_name);
         return false;
     }
+    out_textf("%-6s %-11s %s", type.c_str(), dataset.formats[var - 1], label_name);
     const int columns = int(std::strlen(label_name));
     if (columns >= kLongLabelName) {
         out_newline();
@@ -218,8 +219,12 @@ bool print_variable(int32_t var, const DescribeOptions& options) {
     } else {
         out_spaces(kLongLabelName - columns);
     }
+    if (label.empty()) {
+        out_text("*\n");
+        return true;
+    }
     out_text(has_notes ? "*" : " ");
-    if (!label.empty()) out_spaces(kLabelColumn - kNoteColumn - 1);
+    out_spaces(kLabelColumn - kNoteColumn - 1);
     print_pieces(label, 0);
     return has_notes;
 }

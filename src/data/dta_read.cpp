@@ -3,9 +3,9 @@
 //
 // The dataset is cleared when the header is known to be good, filled section by section, and
 // cleared again if any section fails. A file that ends early is 692, one that contradicts itself
-// 688. Rows come in blocks that stay in the nearest cache: there numbers are turned round and the
-// padding of strings is made sure of, one column after the other, before the rows are copied to
-// their places.
+// 688. Rows come in blocks that stay in the nearest cache: there numbers are turned round and cells
+// that hold no value are mended, one column after the other, before the rows are copied to their
+// places.
 #include "data/dta_read.h"
 
 #include <algorithm>
@@ -18,6 +18,7 @@
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/session.h"
+#include "data/cells.h"
 #include "data/file_path.h"
 #include "data/labels.h"
 
@@ -54,8 +55,8 @@ ReturnCode break_or_ok() {
 
 // The text of a field that is as wide as `bytes`; all of it if it has no NUL.
 std::string_view field_text(const uint8_t* field, size_t bytes) {
-    const char* text = reinterpret_cast<const char*>(field);
-    return {text, strnlen(text, bytes)};
+    const uint8_t* end = std::find(field, field + bytes, uint8_t(0));
+    return {reinterpret_cast<const char*>(field), size_t(end - field)};
 }
 
 // Copies the text into `to`, which has room for `room` bytes and is all NUL.
@@ -322,17 +323,11 @@ void turn_numbers(const DtaVariables& variables, uint8_t* block, int rows) {
     }
 }
 
-// Behind the end of its text a string cell holds NULs only, whatever the file's writer left there:
-// cells are compared and sorted by all their bytes.
-void pad_strings(const DtaVariables& variables, uint8_t* block, int rows) {
+// The rest of the program trusts the cells of the dataset, whatever the file's writer put there.
+void make_block_sound(const DtaVariables& variables, uint8_t* block, int rows) {
     for (int i = 0; i < variables.nvar; i++) {
-        if (!type_is_string(variables.types[i])) continue;
-        const size_t cell_bytes = variables.types[i];
-        uint8_t* cell = block + variables.offsets[i];
-        for (int row = 0; row < rows; row++, cell += variables.width) {
-            const size_t used = strnlen(reinterpret_cast<char*>(cell), cell_bytes);
-            memset(cell + used, 0, cell_bytes - used);
-        }
+        make_cells_sound(variables.types[i], block + variables.offsets[i], rows,
+                         size_t(variables.width));
     }
 }
 
@@ -364,7 +359,7 @@ ReturnCode read_rows(const DtaReader& in, const DtaVariables& variables) {
         const int32_t rows = std::min(block_rows, nobs - done);
         if (!take_bytes(in.source, block, uint64_t(rows) * uint64_t(width))) return in.cut();
         if (in.header->swapped) turn_numbers(variables, block, rows);
-        pad_strings(variables, block, rows);
+        make_block_sound(variables, block, rows);
         ready_slots(int64_t(done) + rows);
         place_rows(block, rows, width, done + 1);
         done += rows;
@@ -427,7 +422,7 @@ ReturnCode read_table(const DtaReader& in, std::string_view name, uint32_t lengt
 void print_tables_left_out(int n) {
     if (n == 0) return;
     const LevelGuard level(kLevelText);
-    out_textf("The maximum length of labels in this version of Korva is %d.\n", kMaxLabelBytes);
+    out_textf("The maximum length of labels in this version of Korva is %d. ", kMaxLabelBytes);
     out_textf("The value label%s mentioned %s not loaded.\n", n == 1 ? "" : "s",
               n == 1 ? "was" : "were");
 }

@@ -356,6 +356,23 @@ void op_RC(BlockMachine* m, const int16_t*) {
     push_constant(m, session.CaptureCode);
 }
 
+// The position of the byable program that by runs; without one, that of a single group of all data.
+void op_BY(BlockMachine* m, const int16_t*) {
+    push_constant(m, by_program_running());
+}
+void op_BYLASTCALL(BlockMachine* m, const int16_t*) {
+    push_constant(m, !by_program_running() || by_state.last_group);
+}
+void op_BYINDEX(BlockMachine* m, const int16_t*) {
+    push_constant(m, by_program_running() ? by_state.group_number : 1);
+}
+void op_BYN1(BlockMachine* m, const int16_t*) {
+    push_constant(m, by_program_running() ? by_state.group_first : 1);
+}
+void op_BYN2(BlockMachine* m, const int16_t*) {
+    push_constant(m, by_program_running() ? by_state.group_last : dataset.nobs);
+}
+
 // --- Operators ---
 
 KORVA_WIDE void op_OR(BlockMachine* m, const int16_t*) {

@@ -10,6 +10,7 @@
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/expression_machine.h"
+#include "data/special_functions.h"
 
 namespace korva {
 
@@ -183,6 +184,12 @@ KORVA_WIDE void op_SQRT(BlockMachine* m, const int16_t*) {
 void op_NORMAL(BlockMachine* m, const int16_t*) {
     mathematical(m, [](double x) { return 0.5 * std::erfc(-x / M_SQRT2); });
 }
+void op_LNNORMAL(BlockMachine* m, const int16_t*) {
+    unary(m, special_lnnormal);
+}
+void op_INVNORMAL(BlockMachine* m, const int16_t*) {
+    unary(m, special_invnormal);
+}
 void op_ATAN(BlockMachine* m, const int16_t*) {
     mathematical(m, [](double x) { return std::atan(x); });
 }
@@ -209,6 +216,12 @@ void op_ATANH(BlockMachine* m, const int16_t*) {
 }
 void op_LNGAMMA(BlockMachine* m, const int16_t*) {
     mathematical(m, [](double x) { return log_gamma(x); });
+}
+void op_DIGAMMA(BlockMachine* m, const int16_t*) {
+    unary(m, special_digamma);
+}
+void op_TRIGAMMA(BlockMachine* m, const int16_t*) {
+    unary(m, special_trigamma);
 }
 void op_LNFACTORIAL(BlockMachine* m, const int16_t*) {
     mathematical(

@@ -69,7 +69,7 @@ double literal_value(double magnitude, bool negative) {
     return negative ? -magnitude : magnitude;
 }
 
-// h.hhhX+hhh, with the value's own bits: it may be a missing value.
+// h.hhhX+hhh: 2^1023 and above are the missing values, of which 27 patterns stand for one.
 bool parse_hexadecimal(std::string_view text, bool negative, double* value) {
     if (text.size() < 5 || (text[0] != '0' && text[0] != '1') || text[1] != '.') return false;
     size_t i = 2;
@@ -86,11 +86,9 @@ bool parse_hexadecimal(std::string_view text, bool negative, double* value) {
     if (i > 250) return false;
     snprintf(c_form, sizeof c_form, "0x%.*sp%d", int(i), text.data(), exponent);
     const double magnitude = strtod(c_form, nullptr);
-    if (negative || !std::isfinite(magnitude)) {
-        *value = literal_value(magnitude, negative);
-    } else {
-        *value = magnitude;
-    }
+    const bool stands_for_missing = !negative &&
+                                    magnitude == missing_value(missing_code(magnitude));
+    *value = stands_for_missing ? magnitude : literal_value(magnitude, negative);
     return true;
 }
 

@@ -52,13 +52,12 @@ static_assert(rows_are_sound(), "a name twice, or an opcode that does not fit it
 
 }  // namespace
 
-const FunctionRow* find_function(std::string_view name, int version, bool matrix_mode) {
+const FunctionRow* find_function(std::string_view name, int version) {
     const auto found = std::lower_bound(
         kSortedRows.begin(), kSortedRows.end(), name,
         [](const FunctionRow& row, std::string_view word) { return row.name < word; });
     if (found == kSortedRows.end() || found->name != name) return nullptr;
     if (found->last_version && version > found->last_version) return nullptr;
-    if (found->kind == FunctionKind::InMatrixMode && !matrix_mode) return nullptr;
     return &*found;
 }
 

@@ -42,7 +42,7 @@ struct FunctionRow {
     int32_t last_version = 0;  // the last that has it; 0: all
 };
 
-// The row of the name at the version and mode; null: there is none.
-const FunctionRow* find_function(std::string_view name, int version, bool matrix_mode);
+// The row of the name at the version; null: there is none.
+const FunctionRow* find_function(std::string_view name, int version);
 
 }  // namespace korva

@@ -75,11 +75,7 @@ ReturnCode widen(int width, int64_t written) {
         if (ReturnCode rc = grow_width(needed)) return report_no_room(rc);
     }
     set_type(making.var, StorageType(width));
-    for (int64_t obs = range_first(); obs <= written; obs++) {
-        memset(rawcell(making.var, int(obs)) + old_width, 0, size_t(width - old_width));
-    }
-    // Groups that are done lie in front of this one.
-    for (int64_t obs = 1; obs < range_first(); obs++) {
+    for (int64_t obs = 1; obs <= written; obs++) {  // groups that are done lie in front of this one
         memset(rawcell(making.var, int(obs)) + old_width, 0, size_t(width - old_width));
     }
     return 0;

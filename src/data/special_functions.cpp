@@ -1,8 +1,9 @@
 // data/special_functions.cpp - Boost.Math behind our argument rules, and what it does not have.
 //
-// digamma, trigamma: Boost.Math (rational approximations by interval, reflection for negative arguments).
-// invnormal: Boost.Math's erfc_inv. lnnormal: the C library's erfc where that keeps its digits, in the far
-// tail the continued fraction of the Mills ratio (Abramowitz and Stegun 26.2.14).
+// digamma, trigamma: Boost.Math (rational approximations by interval, reflection for negative
+// arguments). invnormal: Boost.Math's erfc_inv. lnnormal: the C library's erfc where that keeps its
+// digits, in the far tail the continued fraction of the Mills ratio (Abramowitz and
+// Stegun 26.2.14).
 #include "data/special_functions.h"
 
 #include <boost/math/special_functions/digamma.hpp>

@@ -1,6 +1,7 @@
 // data/special_functions.h - special functions with this system's argument rules.
 //
-// A missing argument, one outside of the domain, a pole and an overflow give `.`; nothing is thrown.
+// A missing argument, one outside of the domain, a pole and an overflow give `.`; nothing is
+// thrown.
 #pragma once
 
 namespace korva {

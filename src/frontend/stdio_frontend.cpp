@@ -1,16 +1,16 @@
 // frontend/stdio_frontend.cpp - the front end on standard input and standard output.
 //
 // Finished lines come as records and go out as plain bytes or, to a terminal, with colours. Input
-// is read in blocks. Output gathers in a buffer that a flush, a read, or enough text sends on its
-// way.
+// is read in blocks. Output gathers in a buffer that a read, enough text, or the pump, which Poll
+// calls every few milliseconds, sends on its way: a write for each line that is flushed would cost
+// more than making it.
 #include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "frontend/frontend.h"
@@ -28,10 +28,10 @@ struct StdioState {
     char input[65536];
     size_t next = 0;  // of the bytes read and not yet taken
     size_t filled = 0;
-    std::string queued;  // keys that dialogs or menus have queued
+    std::u16string queued;  // keys that dialogs or menus have queued; editing keys pass 255
     size_t queued_next = 0;
-    std::string output;        // gathered
-    size_t partial_shown = 0;  // bytes of the unfinished line that a flush has shown
+    std::string output;     // gathered
+    int partial_shown = 0;  // bytes of the unfinished line that have been shown
     std::string note;
 };
 StdioState state;
@@ -90,46 +90,48 @@ void add_line(const unsigned char* record, int from) {
     if (state.colours) state.output += "\033[0m";
 }
 
-// A line that a flush has shown in part is finished behind what stands there.
-void results_sink(const unsigned char* record, int code) {
-    if (code == kSinkFlush) {
-        send_output();
-        return;
-    }
-    if (code != kSinkLine && code != kSinkPartial) return;
+// A line that a flush has shown in part is finished behind what stands there; one that has become
+// shorter since is another line.
+void add_rest_of_line(const unsigned char* record) {
     const int length = record_text_length(record);
-    if (int(state.partial_shown) <= length) add_line(record, int(state.partial_shown));
-    state.partial_shown = size_t(length);
-    if (code == kSinkLine) {
+    add_line(record, state.partial_shown <= length ? state.partial_shown : 0);
+    state.partial_shown = length;
+}
+
+void results_sink(const unsigned char* record, int code) {
+    switch (code) {
+    case kSinkLine:
+        add_rest_of_line(record);
         state.output += '\n';
         state.partial_shown = 0;
+        break;
+    case kSinkPartial: add_rest_of_line(record); break;
+    case kSinkMore:
+        if (state.input_is_terminal) add_line(record, 0);
+        break;
+    default: break;
     }
     if (state.output.size() >= kFlushBytes) send_output();
 }
 
-// Waits for input with the break signal let in only while waiting, so that none is missed between
-// the look at the flag and the wait. False: a break came.
+// Waits for input with the break signals let in only while waiting, so that none is missed between
+// the look at the flag and the wait. False: a break stands.
 bool wait_for_input() {
     pollfd waits = {STDIN_FILENO, POLLIN, 0};
     sigset_t breaks;
     sigset_t old;
     sigemptyset(&breaks);
     sigaddset(&breaks, SIGINT);
+    sigaddset(&breaks, SIGTERM);
     sigprocmask(SIG_BLOCK, &breaks, &old);
-    const bool broken = BreakStands() || (ppoll(&waits, 1, nullptr, &old) < 0 && errno == EINTR);
+    // Other signals, and a break that nobreak has parked, only end a wait: it begins again.
+    while (!BreakStands() && ppoll(&waits, 1, nullptr, &old) < 0 && errno == EINTR) {}
     sigprocmask(SIG_SETMASK, &old, nullptr);
-    return !broken;
+    return !BreakStands();
 }
 
-int read_key() {
-    if (state.queued_next < state.queued.size()) {
-        const int key = static_cast<unsigned char>(state.queued[state.queued_next++]);
-        if (state.queued_next == state.queued.size()) {
-            state.queued.clear();
-            state.queued_next = 0;
-        }
-        return key;
-    }
+// Blocks until bytes of input wait to be taken; 0, or the key that says why there are none.
+int fill_input() {
     while (state.next == state.filled) {
         send_output();
         if (!wait_for_input()) return kKeyBreak;
@@ -139,7 +141,28 @@ int read_key() {
         state.next = 0;
         state.filled = size_t(got);
     }
-    return static_cast<unsigned char>(state.input[state.next++]);
+    return 0;
+}
+
+int read_key() {
+    if (state.queued_next < state.queued.size()) {
+        const int key = state.queued[state.queued_next++];
+        if (state.queued_next == state.queued.size()) {
+            state.queued.clear();
+            state.queued_next = 0;
+        }
+        return key;
+    }
+    for (;;) {
+        if (const int key = fill_input()) return key;
+        const unsigned char byte = state.input[state.next++];
+        // Among the bytes of a file or a terminal these two are no keys: they mean nothing.
+        if (byte != kKeyBreak && byte != kKeyHidden) return byte;
+    }
+}
+
+void queue_text(const char* text) {
+    for (; *text != 0; text++) state.queued += static_cast<unsigned char>(*text);
 }
 
 bool input_waits() {
@@ -152,7 +175,6 @@ void show_prompt(const char* prompt) {
     if (!state.input_is_terminal) return;
     state.output += prompt;
     send_output();
-    state.partial_shown = 0;
 }
 
 // Lines gather until a call with null shows them: a note must not mix with the results.
@@ -167,28 +189,31 @@ void show_note(const char* text) {
     state.note.clear();
 }
 
-// The pause of a --more--: any line typed goes on; q at its front stops.
+// The pause of a --more--: the terminal hands over whole lines, so a line answers, by its first
+// key.
 int wait_for_more_key() {
     if (!state.input_is_terminal) return ' ';
-    send_output();
+    if (!state.queued.empty()) return read_key();
     const int key = read_key();
-    while (state.next < state.filled && state.input[state.next] != '\n') state.next++;
-    if (key != '\n' && state.next < state.filled) state.next++;
+    for (int rest = key; rest != kKeyEnter && rest != kKeyBreak && rest != kKeyEndOfInput;) {
+        rest = read_key();
+    }
     return key == kKeyEndOfInput ? 'q' : key;
 }
 
 }  // namespace
 
 FrontEnd StdioFrontEnd() {
+    std::atexit(send_output);  // what is printed once the session has been cleaned up
     state.input_is_terminal = isatty(STDIN_FILENO) != 0;
     const char* no_colour = std::getenv("NO_COLOR");
     state.colours = isatty(STDOUT_FILENO) && (no_colour == nullptr || *no_colour == 0);
     return {
         .ReadKey = read_key,
-        .PumpMessages = [] {},
+        .PumpMessages = send_output,
         .InputWaits = input_waits,
-        .QueueText = [](const char* text) { state.queued += text; },
-        .QueueKey = [](int key) { state.queued += char(key); },
+        .QueueText = queue_text,
+        .QueueKey = [](int key) { state.queued += char16_t(key); },
         .SetBusy = [](bool) {},
         .ShowNote = show_note,
         .ShowMainWindow = [] {},

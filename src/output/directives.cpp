@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "output/render.h"
 
@@ -13,6 +12,7 @@ namespace {
 
 constexpr size_t kMaxDirectiveName = 13;
 constexpr size_t kMaxTokenBytes = 255;
+constexpr int kMaxNumber = 1 << 20;  // larger numbers count as this: sums of a few stay small
 
 std::string_view skip_spaces(std::string_view text) {
     const size_t first = text.find_first_not_of(' ');
@@ -33,6 +33,17 @@ bool split_compound(std::string_view text, std::string_view* token, std::string_
         }
     }
     return false;
+}
+
+// Position of the first colon outside all braces; npos if there is none.
+size_t top_colon(std::string_view text) {
+    int open = 0;
+    for (size_t i = 0; i < text.size(); i++) {
+        if (text[i] == '{') open++;
+        if (text[i] == '}') open--;
+        if (text[i] == ':' && open == 0) return i;
+    }
+    return std::string_view::npos;
 }
 
 const DirectiveRow* find_directive(std::string_view name);
@@ -87,11 +98,13 @@ bool finish_arguments(DirectiveCall* call) {
 }
 
 int read_number(std::string_view token) {
-    int number = -1;
-    const char* end = token.data() + token.size();
-    if (token.empty() || token[0] == '-') return -1;
-    const auto result = std::from_chars(token.data(), end, number);
-    return result.ec == std::errc{} && result.ptr == end ? number : -1;
+    if (token.empty()) return -1;
+    int number = 0;
+    for (char c : token) {
+        if (c < '0' || c > '9') return -1;
+        number = std::min(10 * number + (c - '0'), kMaxNumber);
+    }
+    return number;
 }
 
 bool read_signed(std::string_view token, int* number) {
@@ -110,6 +123,12 @@ int read_numbers(DirectiveCall* call, int* numbers, int most) {
     }
 }
 
+bool may_be_directive(std::string_view text) {
+    text = skip_spaces(text).substr(0, kMaxDirectiveName + 1);
+    if (text.starts_with('?')) return true;
+    return find_directive(text.substr(0, text.find_first_of(": {}"))) != nullptr;
+}
+
 bool run_directive(OutputStream* s, std::string_view text) {
     text = skip_spaces(text);
     const bool optional = text.starts_with('?');
@@ -120,7 +139,7 @@ bool run_directive(OutputStream* s, std::string_view text) {
     const std::string_view rest = text.substr(n);
     if (row != nullptr) return call_directive(s, row, rest);
     if (!optional) return false;
-    const size_t colon = rest.find(':');
+    const size_t colon = top_colon(rest);
     if (colon != std::string_view::npos) render(s, rest.substr(colon + 1));
     return true;
 }

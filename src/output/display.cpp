@@ -57,6 +57,7 @@ ReturnCode put_once(Display* d, std::string_view text) {
 }
 
 ReturnCode put_blanks(Display* d, int n) {
+    if (n <= 0) return 0;
     char block[128];
     memset(block, ' ', sizeof block);
     for (; n > 0; n -= int(sizeof block)) {
@@ -105,22 +106,27 @@ std::string_view word_at(const char* at) {
     return {at, size_t(end - at)};
 }
 
+// The mark that closes the compound quote opened ahead of `text`, or the end of the line.
+const char* compound_end(const char* text) {
+    int open = 1;
+    for (; *text != 0; text++) {
+        if (text[0] == '`' && text[1] == '"') {
+            open++;
+        } else if (text[0] == '"' && text[1] == '\'' && --open == 0) {
+            break;
+        }
+    }
+    return text;
+}
+
 // The text of the quoted item at *at, which moves behind it. The end of the line closes it
 // silently.
 std::string_view take_quoted(const char** at) {
     const bool compound = **at == '`';
-    const char* first = *at + (compound ? 2 : 1);
-    const char* end = first;
-    for (int open = 1; *end != 0; end++) {
-        if (!compound) {
-            if (*end == '"') break;
-        } else if (end[0] == '`' && end[1] == '"') {
-            open++;
-        } else if (end[0] == '"' && end[1] == '\'' && --open == 0) {
-            break;
-        }
-    }
-    *at = *end == 0 ? end : end + (compound ? 2 : 1);
+    const size_t mark = compound ? 2 : 1;
+    const char* first = *at + mark;
+    const char* end = compound ? compound_end(first) : first + strcspn(first, "\"");
+    *at = *end == 0 ? end : end + mark;
     return {first, size_t(end - first)};
 }
 
@@ -201,6 +207,7 @@ ReturnCode item_column(Display* d) {
     d->copies = 1;
     if (d->target == nullptr && d->markup) {
         if (d->restyle) out_style();
+        d->columns = std::max(d->columns, column - 1);
         return out_tmrkf("{col %d}", column);
     }
     const int used = d->target != nullptr ? int(d->target->size()) : d->columns;
@@ -250,7 +257,7 @@ ReturnCode read_line(std::string* line) {
     out_flush();
     for (;;) {
         const int key = frontend.ReadKey();
-        if (key == kKeyBreak) return kBreak;
+        if (key == kKeyBreak && session.BreakFlag) return kBreak;
         if (key == kKeyEnter || key == kKeyEndOfInput) break;
         if (key == '\b') {
             if (!line->empty()) line->pop_back();
@@ -258,8 +265,11 @@ ReturnCode read_line(std::string* line) {
             line->push_back(char(key));
         }
     }
-    if (!frontend.shows_typed_text) {
-        const LevelGuard guard(kLevelInput);
+    const LevelGuard guard(kLevelInput);
+    if (frontend.shows_typed_text) {
+        out_echo_to_logs(*line);
+        out_echo_to_logs("\n");
+    } else {
         out_text(*line);
         out_newline();
     }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -157,7 +158,11 @@ void fixed_form(Text* text, Decimal number, const Format& format, int width, int
     }
     round_digits(&number, number.x + decimals);
     const int integer_digits = std::max(number.x, 0);
-    const int plain = std::max(integer_digits, 1) + (decimals > 0 ? 1 + decimals : 0);
+    const int fraction = decimals > 0 ? 1 + decimals : 0;
+    // The zero ahead of the point gives way where the width has no room for it.
+    const bool zero = integer_digits == 0 &&
+                      (fraction == 0 || number.negative + 1 + fraction <= width);
+    const int plain = integer_digits + zero + fraction;
     const bool groups = format.groups &&
                         number.negative + plain + group_commas(integer_digits) <= width;
 
@@ -165,7 +170,7 @@ void fixed_form(Text* text, Decimal number, const Format& format, int width, int
     if (format.zero_pad && !format.groups && !format.left) {
         for (int pad = width - plain - number.negative; pad > 0; pad--) text->add('0');
     }
-    if (integer_digits == 0) text->add('0');
+    if (zero) text->add('0');
     add_integer(text, number, integer_digits, groups);
     if (decimals == 0) return;
     text->add('.');
@@ -289,9 +294,12 @@ void hex_form(NumberText* out, const Format& format, double value) {
     justify(out, text, n, format.width, format.left);
 }
 
-// A missing value keeps its number when it goes into four bytes.
+// The value as a float variable stores it: a missing value keeps its number, what is too large
+// becomes missing, and what is too small zero.
 uint32_t float_bits(double value) {
     if (is_missing(value)) return 0x7F000000u + (uint32_t(missing_code(value)) << 11);
+    if (!(std::fabs(value) < 0x1p127)) return 0x7F000000u;
+    if (std::fabs(value) < 0x1p-127) return 0;
     return std::bit_cast<uint32_t>(float(value));
 }
 

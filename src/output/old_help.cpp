@@ -36,16 +36,6 @@ char lone_rule(std::string_view line) {
     return line.find_first_not_of(' ', 1) == std::string_view::npos ? '-' : 0;
 }
 
-void place_tabbed(OutputStream* s, std::string_view text, uint8_t style) {
-    while (!text.empty()) {
-        const size_t n = std::min(text.find('\t'), text.size());
-        place_text(s, text.substr(0, n), style);
-        if (n == text.size()) return;
-        write_tab(s);
-        text.remove_prefix(n + 1);
-    }
-}
-
 // Position of the delimiter that ends what began before text; doubled ones stand for themselves.
 size_t find_delimiter(std::string_view text, char delimiter) {
     for (size_t i = 0; i < text.size(); i++) {
@@ -152,25 +142,32 @@ void render_line(OutputStream* s, std::string_view line) {
     end_line(s);
 }
 
+// The first n held bytes as a line; what is behind them stays held.
+void render_held_line(OutputStream* s, int n) {
+    char line[kHeldBytes];
+    memcpy(line, s->held, size_t(n));
+    s->held_len -= n;
+    memmove(s->held, s->held + n, size_t(s->held_len));
+    render_line(s, {line, size_t(n)});
+}
+
 }  // namespace
 
 void render_old_help(OutputStream* s, std::string_view text) {
     if (s->skip_first_newline && text[0] == '\n') text.remove_prefix(1);
     s->skip_first_newline = 0;
     while (!text.empty()) {
-        const size_t room = kHeldBytes - 1 - size_t(s->held_len);
         const size_t end = text.find('\n');
-        const size_t n = std::min({text.size(), end, room});
+        const size_t n = std::min({text.size(), end, kHeldBytes - size_t(s->held_len)});
         memcpy(s->held + s->held_len, text.data(), n);
         s->held_len += int32_t(n);
         text.remove_prefix(n);
-        if (end != n && n < room) return;  // the line has not ended yet
-        if (end == n) text.remove_prefix(1);
-        char line[kHeldBytes];
-        const size_t length = size_t(s->held_len);
-        memcpy(line, s->held, length);
-        s->held_len = 0;
-        render_line(s, {line, length});
+        if (s->held_len == kHeldBytes) {
+            render_held_line(s, kHeldBytes - 1);
+        } else if (end == n) {
+            text.remove_prefix(1);
+            render_held_line(s, s->held_len);
+        }
     }
 }
 

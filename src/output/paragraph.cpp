@@ -150,7 +150,7 @@ int cursor_column(const OutputStream* s) {
 
 void start_paragraph(OutputStream* s, int first, int next, int right) {
     char anchors[kAnchorBytes];
-    const bool keep_anchors = s->mode == kModeLine && s->line_fresh;
+    const bool keep_anchors = s->line_fresh && s->word_len == 0;
     const std::ptrdiff_t anchors_used = s->anchors_next - s->anchors;
     memcpy(anchors, s->anchors, sizeof anchors);
 

@@ -12,6 +12,7 @@
 
 #include "core/poll.h"
 #include "core/session.h"
+#include "output/line.h"
 #include "output/number_format.h"
 #include "output/results.h"
 
@@ -45,9 +46,19 @@ uint8_t class_of_kind() {
     }
 }
 
+bool holds_back(const OutputStream* s) {
+    return s->held_len > 0 || s->match_held > 0;
+}
+
+// Line mode, with nothing held back: what an earlier print left open ends.
+void end_what_is_open(OutputStream* s) {
+    if (s->mode != kModeLine || holds_back(s)) out_raw(s, "{tmrk}\n");
+}
+
 // Input begins plainly, whatever the output before it left open.
 void begin_input(OutputStream* s) {
-    if (s->mode != kModeLine || s->held_len > 0 || s->match_held > 0) out_raw(s, "{tmrk}\n");
+    end_what_is_open(s);
+    s->newline_ends_line = 1;
     if ((s->style & kClassMask) != kStyleInput) out_raw(s, "{com}");
     if (s->style & (kStyleItalic | kStyleBold)) out_raw(s, "{sf}");
     if (s->style & kStyleUnderline) out_raw(s, "{ul off}");
@@ -60,7 +71,7 @@ void begin_kind(OutputStream* s) {
     }
     if (s->mode != kModeLine && s->mode != kModeParagraph) return;
     const uint8_t wanted = class_of_kind();
-    if (s->held_len == 0 && s->match_held == 0 && (s->style & kClassMask) == wanted) return;
+    if (!holds_back(s) && (s->style & kClassMask) == wanted) return;
     switch (wanted) {
     case kStyleResult: out_raw(s, "{res}"); break;
     case kStyleError: out_raw(s, "{err}"); break;
@@ -187,9 +198,7 @@ ReturnCode out_error(std::string_view text) {
 }
 
 ReturnCode out_reset() {
-    if (!shows()) return pending_code();
-    OutputStream* s = print_state.current;
-    if (s->mode != kModeLine || s->held_len > 0 || s->match_held > 0) out_raw(s, "{tmrk}\n");
+    if (shows()) end_what_is_open(print_state.current);
     return pending_code();
 }
 
@@ -253,13 +262,17 @@ ReturnCode out_errorf(const char* format, ...) {
 ReturnCode out_echo_to_logs(std::string_view text) {
     OutputStream* s = print_state.results;
     if (s == nullptr || kLevelInput < session.OutputThreshold) return pending_code();
-    const StreamSink sink = s->sink;
-    const uint32_t lines = s->lines_on_page;
-    s->sink = nullptr;
     begin_input(s);
+    const StreamSink sink = s->sink;
+    s->sink = nullptr;
     out_literal(s, text);
     s->sink = sink;
-    s->lines_on_page = lines;
+    s->lines_on_page = 0;
+    if (s->line_fresh) {  // the sink must not take the next line for the one that it has seen begin
+        uint8_t record[kMaxRecordBytes];
+        build_record(s, record);
+        if (sink != nullptr) sink(s->sink_data, record, kSinkPartial);
+    }
     return pending_code();
 }
 

@@ -25,6 +25,13 @@ size_t closing_brace(std::string_view text) {
     return std::string_view::npos;
 }
 
+// False if the brace at chunk[0] is text however it closes. Without this look ahead a long text of
+// braces, each of them scanned to its end, would take minutes.
+bool worth_closing(const OutputStream* s, std::string_view chunk) {
+    if (s->depth >= kMaxDepth) return false;
+    return chunk.size() < kHeldBytes || may_be_directive(chunk.substr(1));
+}
+
 void render_as_is(OutputStream* s, std::string_view text) {
     if (s->skip_first_newline && text[0] == '\n') text.remove_prefix(1);
     s->skip_first_newline = 0;
@@ -47,15 +54,10 @@ void end_line_at_newline(OutputStream* s) {
 
 void write_line_text(OutputStream* s, std::string_view text, uint8_t style) {
     while (!text.empty()) {
-        size_t end = 0;
-        while (end < text.size() && text[end] != '\n' && text[end] != '\t') end++;
-        place_text(s, text.substr(0, end), style);
-        if (end == text.size()) return;
-        if (text[end] == '\t') {
-            write_tab(s);
-        } else {
-            end_line_at_newline(s);
-        }
+        const size_t end = text.find('\n');
+        place_tabbed(s, text.substr(0, end), style);
+        if (end == std::string_view::npos) return;
+        end_line_at_newline(s);
         text.remove_prefix(end + 1);
     }
 }
@@ -89,21 +91,20 @@ std::string_view render_chunk(OutputStream* s, std::string_view chunk) {
         if (brace == std::string_view::npos) break;
         chunk.remove_prefix(brace);
 
-        const size_t close = closing_brace(chunk);
+        const size_t close = worth_closing(s, chunk) ? closing_brace(chunk)
+                                                     : std::string_view::npos;
+        const uint32_t changes = s->mode_changes;
         if (close == std::string_view::npos) {
             if (s->depth == 1 && chunk.back() != '\n' && chunk.size() < kHeldBytes) {
                 memcpy(s->held, chunk.data(), chunk.size());
                 s->held_len = int32_t(chunk.size());
                 break;
             }
-        } else if (s->depth < kMaxDepth) {
-            const uint32_t changes = s->mode_changes;
-            if (run_directive(s, chunk.substr(1, close - 1))) {
-                chunk.remove_prefix(close + 1);
-                if (s->mode_changes == changes) continue;
-                s->depth = 0;  // only a directive at the top level changes the mode
-                return chunk;
-            }
+        } else if (run_directive(s, chunk.substr(1, close - 1))) {
+            chunk.remove_prefix(close + 1);
+            if (s->mode_changes == changes) continue;
+            s->depth = 0;  // only a directive at the top level changes the mode
+            return chunk;
         }
         write_text(s, "{", s->style);
         chunk.remove_prefix(1);
@@ -130,7 +131,7 @@ std::string_view render_held(OutputStream* s, std::string_view chunk) {
     return chunk.substr(taken);
 }
 
-// Length of the first line, its LF included; a LF inside braces ends none.
+// Length of the first line, its LF included; a LF inside braces that close ends none.
 size_t line_length(std::string_view chunk) {
     int open = 0;
     for (size_t i = 0; i < chunk.size(); i++) {
@@ -138,7 +139,8 @@ size_t line_length(std::string_view chunk) {
         if (chunk[i] == '}' && open > 0) open--;
         if (chunk[i] == '\n' && open == 0) return i + 1;
     }
-    return chunk.size();
+    const size_t first = open == 0 ? std::string_view::npos : chunk.find('\n');
+    return first == std::string_view::npos ? chunk.size() : first + 1;
 }
 
 // One step over the text, from which the rest comes back: the mode may have changed.
@@ -192,8 +194,14 @@ void write_tab(OutputStream* s) {
     }
 }
 
-void end_held(OutputStream* s) {
-    if (s->held_len > 0) render(s, "\n");
+void place_tabbed(OutputStream* s, std::string_view text, uint8_t style) {
+    for (;;) {
+        const size_t tab = text.find('\t');
+        place_text(s, text.substr(0, tab), style);
+        if (tab == std::string_view::npos) return;
+        write_tab(s);
+        text.remove_prefix(tab + 1);
+    }
 }
 
 }  // namespace korva

@@ -21,8 +21,8 @@ void write_fill(OutputStream* s, char c, int n, uint8_t style);
 // {tab}: to the next multiple of 8, at least one column; line mode only.
 void write_tab(OutputStream* s);
 
-// Closes what a mode left unplaced: feeds a LF if a directive or a line is held.
-void end_held(OutputStream* s);
+// Places text in which tabs are filled; no newlines.
+void place_tabbed(OutputStream* s, std::string_view text, uint8_t style);
 
 // Old-help mode (output/old_help.cpp): whole lines, unfinished ones are held.
 void render_old_help(OutputStream* s, std::string_view text);
@@ -55,5 +55,8 @@ void start_paragraph(OutputStream* s, int first, int next, int right);
 
 // Runs the text between the braces of a directive; false: it is none, and must show as text.
 bool run_directive(OutputStream* s, std::string_view text);
+
+// False if what stands behind an opening brace begins no directive, whatever may follow.
+bool may_be_directive(std::string_view text);
 
 }  // namespace korva

@@ -12,11 +12,21 @@ PrintState print_state;
 
 namespace {
 
+// The key of a --more--. The guard is up, so that the key is taken here and no event starts a
+// command.
+int wait_for_more_key() {
+    const int32_t guard = session.PollGuard;
+    session.PollGuard = 1;
+    const int key = frontend.WaitForMoreKey();
+    session.PollGuard = guard;
+    return key;
+}
+
 // Hands records on; the front end, which owns the keyboard, also does the waiting of a --more--.
 int results_sink(void*, const uint8_t* record, int code) {
     if (code == kSinkClose) return 0;
     frontend.ResultsSink(record, code);
-    return code == kSinkMore ? frontend.WaitForMoreKey() : 0;
+    return code == kSinkMore ? wait_for_more_key() : 0;
 }
 
 }  // namespace

@@ -20,7 +20,8 @@ namespace {
 
 constexpr std::string_view kSequence = "{tmrk}\n";
 constexpr int kMoreRecordBytes = 80;
-constexpr int kMoreStop = 113;  // the key q, and the code of a stopped pause
+constexpr size_t kJoinBytes = 1024;  // lines of files up to this size are one chunk
+constexpr int kMoreStop = 113;       // the key q, and the code of a stopped pause
 
 // The --more-- line and a bare newline as records, rendered once.
 struct MoreRecords {
@@ -58,15 +59,22 @@ int match_at_end(std::string_view text) {
     return text.ends_with(kSequence.substr(0, k)) ? int(k) : 0;
 }
 
+// What waited for the next chunk shows. A directive in it may change the mode.
+void release_held(OutputStream* s) {
+    const auto match = size_t(s->match_held);
+    s->match_held = 0;
+    render(s, kSequence.substr(0, match));
+    if (s->held_len > 0) render(s, "\n");
+}
+
 void end_mode(OutputStream* s) {
     switch (s->mode) {
+    case kModeAsIs:
     case kModeLine:
     case kModeOldHelp:
-        end_held(s);
         if (!s->line_fresh) emit_line(s);
         break;
     case kModeParagraph:
-        end_held(s);
         place_pending_word(s);
         if (!s->line_fresh) emit_line(s);
         if (s->blank_after_para) {
@@ -75,9 +83,6 @@ void end_mode(OutputStream* s) {
             emit_line(s);
         }
         s->width = s->saved_width;
-        break;
-    case kModeAsIs:
-        if (!s->line_fresh) emit_line(s);
         break;
     default: break;
     }
@@ -101,7 +106,7 @@ std::string_view weight_directive(uint8_t style) {
 
 // What a log must hold to be read from here on: the style and the mode in force.
 void write_preamble(OutputStream* s, int fd) {
-    const uint8_t style = s->column > 0 ? s->runs[2] : s->style;
+    const uint8_t style = s->line_fresh ? s->style : s->runs[2];
     std::string_view mode = "";
     char paragraph[64];
     if (s->mode == kModeAsIs) mode = "{asis}\n";
@@ -130,6 +135,19 @@ bool change_log_set(OutputStream* s, LogSet* set, LogBuffer* buffer, int fd, Log
 
 using Door = void (*)(OutputStream* s, std::string_view bytes);
 
+// In one piece, since the end of a chunk counts.
+void end_with_newline(OutputStream* s, std::string_view line, Door door) {
+    char joined[kJoinBytes];
+    if (line.size() < sizeof joined) {
+        memcpy(joined, line.data(), line.size());
+        joined[line.size()] = '\n';
+        door(s, {joined, line.size() + 1});
+    } else {
+        door(s, line);
+        door(s, "\n");
+    }
+}
+
 // A line at a time, whatever ended it.
 void feed_newlines(uint8_t* state, OutputStream* s, std::string_view bytes, Door door) {
     if (s == nullptr) return;
@@ -146,8 +164,7 @@ void feed_newlines(uint8_t* state, OutputStream* s, std::string_view bytes, Door
         if (bytes[end] == '\n') {
             door(s, bytes.substr(0, end + 1));
         } else {
-            door(s, bytes.substr(0, end));
-            door(s, "\n");
+            end_with_newline(s, bytes.substr(0, end), door);
             after_cr = true;
         }
         bytes.remove_prefix(end + 1);
@@ -218,6 +235,7 @@ void out_stream_set_state(OutputStream* s, const StreamState& saved) {
 }
 
 void out_stream_set_mode(OutputStream* s, uint32_t mode) {
+    release_held(s);
     const bool after_bare_paragraph = s->mode == kModeParagraph && !s->blank_after_para;
     end_mode(s);
     s->mode = mode;
@@ -225,8 +243,6 @@ void out_stream_set_mode(OutputStream* s, uint32_t mode) {
     s->swallow_newline = mode == kModeLine && after_bare_paragraph;
     s->newline_ends_line = 1;
     s->skip_first_newline = 1;
-    s->match_held = 0;
-    s->held_len = 0;
     if (mode == kModeLine || mode == kModeParagraph) s->depth = 0;
     if (mode == kModeOldHelp) s->style = kStyleText;
     if (mode == kModeParagraph) {
@@ -264,7 +280,9 @@ void out_raw(OutputStream* s, std::string_view bytes) {
         const size_t held = size_t(s->match_held);
         if (kSequence.substr(held).starts_with(bytes)) {
             s->match_held += int32_t(bytes.size());
-            if (size_t(s->match_held) == kSequence.size()) out_stream_set_mode(s, kModeLine);
+            if (size_t(s->match_held) < kSequence.size()) return;
+            s->match_held = 0;
+            out_stream_set_mode(s, kModeLine);
             return;
         }
         s->match_held = 0;
@@ -285,9 +303,10 @@ void out_literal(OutputStream* s, std::string_view bytes) {
         return;
     }
     while (!bytes.empty()) {
-        const size_t brace = bytes.find_first_of("{}");
+        size_t brace = 0;
+        while (brace < bytes.size() && bytes[brace] != '{' && bytes[brace] != '}') brace++;
         out_raw(s, bytes.substr(0, brace));
-        if (brace == std::string_view::npos) return;
+        if (brace == bytes.size()) return;
         out_raw(s, bytes[brace] == '{' ? "{c -(}" : "{c )-}");
         bytes.remove_prefix(brace + 1);
     }

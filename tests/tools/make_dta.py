@@ -30,6 +30,13 @@ class Missing:
 
 
 @dataclass
+class Bits:
+    """A number cell's bits as they stand, which may be no value of the type."""
+
+    bits: int
+
+
+@dataclass
 class Variable:
     name: str
     type: int
@@ -59,6 +66,8 @@ def text(value, width):
 def cell(value, kind, order):
     if kind <= 244:
         return text(value, kind)
+    if isinstance(value, Bits):
+        return value.bits.to_bytes(struct.calcsize(PACK[kind]), "little" if order == "<" else "big")
     if not isinstance(value, Missing):
         return struct.pack(order + PACK[kind], value)
     if kind == FLOAT:
@@ -173,6 +182,19 @@ def groups():
         value_labels={"open": {0: "no", 1: "yes"}})
 
 
+def no_values():
+    """Cells that no writer of ours makes: NaN, infinities, unassigned missing values, -128."""
+    variables = [Variable(name, kind, "%9.0g")
+                 for name, kind in (("b", BYTE), ("i", INT), ("l", LONG), ("f", FLOAT),
+                                    ("d", DOUBLE))]
+    return Dataset(variables, [
+        [Bits(0x80), Bits(0x8000), Bits(0x80000000), Bits(0x7FC00000), Bits(0x7FF8000000000000)],
+        [Bits(0x80), Bits(0x8000), Bits(0x80000000), Bits(0xFF800000), Bits(0xFFF0000000000000)],
+        [Bits(0x80), Bits(0x8000), Bits(0x80000000), Bits(0x7F00D800), Bits(0x7FE01B0000000000)],
+        [-127, -32767, -2147483647, 1.5, -0.5],
+        [Missing(26)] * 5])
+
+
 def with_change(change, **options):
     data = small()
     change(data)
@@ -208,6 +230,11 @@ def string_junk(data):
     data.rows[1][2] = b"d\0\xff"
 
 
+def no_text(data):
+    """A characteristic's record that ends behind its name."""
+    data.expansions = [(1, text("x", 33) + text("k", 33))]
+
+
 def no_rows(data):
     data.rows = []
 
@@ -231,6 +258,8 @@ def files():
         DATA / "small_lohi.dta": low,
         DATA / "small_hilo.dta": high,
         DATA / "groups.dta": encode(groups()),
+        DATA / "no_values_lohi.dta": encode(no_values()),
+        DATA / "no_values_hilo.dta": encode(no_values(), ">"),
         DATA / "small_112.dta": encode(small(), number=112),
         DATA / "blocks_lohi.dta": with_change(many),
         DATA / "blocks_hilo.dta": with_change(many, order=">"),
@@ -238,6 +267,7 @@ def files():
         DATA / "no_variables.dta": with_change(no_variables),
         DATA / "bad_formats.dta": with_change(bad_formats),
         DATA / "string_junk.dta": with_change(string_junk),
+        DATA / "no_text.dta": with_change(no_text),
         DATA / "long_label.dta": with_change(long_label),
         DATA / "bad_twice.dta": with_change(rename),
         DATA / "bad_name.dta": with_change(no_name),
@@ -250,7 +280,7 @@ def files():
         DATA / "old_110.dta": encode(small(), number=110),
     }
     for name in ("small_lohi", "small_hilo", "small_112", "no_rows", "no_variables", "string_junk",
-                 "bad_table", "old_110", "later"):
+                 "no_values_lohi", "no_text", "bad_table", "old_110", "later"):
         made[SEEDS / f"{name}.dta"] = made[DATA / f"{name}.dta"]
     # 65536 rows of no bytes once outran the table that tells where rows are.
     rows_alone = bytearray(made[DATA / "no_variables.dta"])

@@ -224,5 +224,53 @@ TEST(StorageTypes, WordsAndFormats) {
     EXPECT_EQ(type_width(kDouble), 8);
 }
 
+// Bits of a cell, whether its type has such a value, and what becomes of it.
+template <typename Bits>
+void expect_sound(StorageType type, Bits bits, bool sound) {
+    uint8_t cells[2 * sizeof bits];
+    std::memcpy(cells, &bits, sizeof bits);
+    std::memcpy(cells + sizeof bits, &bits, sizeof bits);
+    EXPECT_EQ(cell_is_sound(type, cells), sound) << int(type) << " " << std::hex << uint64_t(bits);
+    make_cells_sound(type, cells, 2, sizeof bits);
+    for (int i = 0; i < 2; i++) {
+        Bits after;
+        std::memcpy(&after, cells + size_t(i) * sizeof bits, sizeof after);
+        if (sound) EXPECT_EQ(after, bits);
+        if (!sound) EXPECT_EQ(read_cell(type, cells + size_t(i) * sizeof bits), kSysMissing);
+    }
+}
+
+TEST(CellsFromOutside, WhatStandsForNoValueBecomesMissing) {
+    for (uint64_t code = 0; code < 27; code++) {
+        expect_sound<uint64_t>(kDouble, 0x7FE0000000000000 + (code << 40), true);
+        expect_sound<uint32_t>(kFloat, uint32_t(0x7F000000 + code * 0x800), true);
+        expect_sound<uint64_t>(kOldDouble, 0x7FE0000000000000 + (code << 40), code == 0);
+    }
+    // The next code, a pattern between two codes, NaN, the infinities, -2^1023.
+    for (uint64_t bits : {0x7FE01B0000000000, 0x7FE0000000000001, 0x7FE8000000000000,
+                          0x7FF8000000000000, 0x7FF0000000000000}) {
+        expect_sound<uint64_t>(kDouble, bits, false);
+        expect_sound<uint64_t>(kOldDouble, bits, false);
+    }
+    for (uint64_t bits : {0xFFF8000000000000, 0xFFF0000000000000, 0xFFE0000000000000}) {
+        expect_sound<uint64_t>(kDouble, bits, false);
+    }
+    for (uint32_t bits :
+         {0x7F00D800u, 0x7F000001u, 0x7FC00000u, 0x7F800000u, 0xFF800000u, 0xFF000000u}) {
+        expect_sound<uint32_t>(kFloat, bits, false);
+        expect_sound<uint32_t>(kOldFloat, bits, false);
+    }
+    for (uint64_t bits : {0x7FDFFFFFFFFFFFFFu, 0xFFDFFFFFFFFFFFFFu, uint64_t(1)}) {
+        expect_sound<uint64_t>(kDouble, bits, true);
+    }
+    expect_sound<uint32_t>(kFloat, 0xFEFFFFFF, true);
+
+    expect_sound<uint8_t>(kByte, 0x80, false);
+    expect_sound<uint8_t>(kByte, 0x81, true);
+    expect_sound<uint16_t>(kInt, 0x8000, false);
+    expect_sound<uint32_t>(kLong, 0x80000000, false);
+    expect_sound<uint8_t>(kOldByte, 0x80, true);  // a number there: it waits for a wider type
+}
+
 }  // namespace
 }  // namespace korva

@@ -116,6 +116,24 @@ TEST_F(DtaRead, EveryTypeKeepsItsMissingValuesAndLimits) {
     EXPECT_EQ(cell_text(8, 29), "");
 }
 
+TEST_F(DtaRead, CellsThatHoldNoValueAreMissing) {
+    for (const char* name : {"no_values_lohi.dta", "no_values_hilo.dta"}) {
+        ASSERT_EQ(use(name), 0);
+        EXPECT_EQ(check_dataset(), "") << name;
+        const double plain[] = {-127, -32767, -2147483647.0, 1.5, -0.5};
+        for (int var = 1; var <= 5; var++) {
+            for (int obs = 1; obs <= 3; obs++) EXPECT_EQ(get(var, obs), kSysMissing) << var;
+            EXPECT_EQ(get(var, 4), plain[var - 1]);
+            EXPECT_EQ(get(var, 5), missing_value(26));
+        }
+    }
+}
+
+TEST_F(DtaRead, ACharacteristicMayLackItsText) {
+    ASSERT_EQ(use("no_text.dta"), 0);
+    EXPECT_TRUE(characteristic_names("x").empty());
+}
+
 TEST_F(DtaRead, DescriptionsAndLabelsComeWithTheVariables) {
     ASSERT_EQ(use("types_hilo.dta"), 0);
     EXPECT_EQ(std::string(dataset.label), std::string(80, 'L'));

@@ -625,13 +625,20 @@ TEST_F(Expression, CountAndAssert) {
     EXPECT_EQ(run(CmdAssert, "_n > 1, nosuch"), 198);
 }
 
+// 1.8X+3ff has the exponent of the missing values and a code that none of them has.
+TEST_F(Expression, AHexadecimalLiteralIsANumberOrOneOfTheMissingValues) {
+    ASSERT_EQ(run(CmdGenerate, "double h = 1.8X+3ff"), 0);
+    EXPECT_EQ(get(dataset.nvar, 1), kSysMissing);
+    ASSERT_EQ(run(CmdReplace, "h = 1.01aX+3ff"), 0);
+    EXPECT_EQ(get(dataset.nvar, 1), missing_value(26));
+    EXPECT_EQ(check_dataset(), "");
+}
+
 TEST(FunctionTable, FindsNamesByVersion) {
-    EXPECT_NE(find_function("abs", 920, false), nullptr);
-    EXPECT_EQ(find_function("ab", 920, false), nullptr);
-    EXPECT_EQ(find_function("invt", 920, false), nullptr);
-    EXPECT_NE(find_function("invt", 600, false), nullptr);
-    EXPECT_EQ(find_function("inv", 920, false), nullptr);
-    EXPECT_NE(find_function("inv", 920, true), nullptr);
+    EXPECT_NE(find_function("abs", 920), nullptr);
+    EXPECT_EQ(find_function("ab", 920), nullptr);
+    EXPECT_EQ(find_function("invt", 920), nullptr);
+    EXPECT_NE(find_function("invt", 600), nullptr);
 }
 
 }  // namespace

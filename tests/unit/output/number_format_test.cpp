@@ -80,7 +80,10 @@ TEST(NumberFormat, FixedFormatsWidenUpToEightColumns) {
         {"%9.2f", 3.14159, "     3.14"},
         {"%9.2f", -3.14159, "    -3.14"},
         {"%4.2f", 0.5, "0.50"},
-        {"%4.2f", -0.001, "-0.00"},
+        {"%5.2f", -0.001, "-0.00"},
+        {"%3.2f", 0.5, ".50"},  // the zero ahead of the point only where there is room
+        {"%4.2f", -0.5, "-.50"},
+        {"%2.0f", 0.25, " 0"},
         {"%5.3f", 1e-9, "0.000"},
         {"%4.2f", 12345.67, "12345.67"},
         {"%4.2f", 123456.78, " 1.2e+05"},
@@ -145,6 +148,8 @@ TEST(NumberFormat, BytesAndHexadecimal) {
         {"%8H", -2, "c0000000"},
         {"%8L", 1, "0000803f"},
         {"%8H", missing_value(2), "7f001000"},
+        {"%8H", -1e300, "7f000000"},  // as a float variable keeps it: missing,
+        {"%8H", 1e-50, "00000000"},   // and zero
     });
 }
 

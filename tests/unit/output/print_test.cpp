@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/session.h"
+#include "frontend/frontend.h"
 #include "output/results.h"
 #include "unit/output/collector.h"
 
@@ -84,6 +85,50 @@ TEST_F(Print, FillsAndNumbers) {
         for (char c : collector.lines[i].text) count += c == 'z';
     }
     EXPECT_EQ(count, 5000u);
+}
+
+TEST_F(Print, AnEchoThatTheTerminalHasShownLosesNothing) {
+    OutputStream* results = print_state.results;
+    print_state.results = collector.s;
+    out_text("abc");
+    out_flush();
+    out_echo_to_logs(". ");
+    out_echo_to_logs("command");
+    EXPECT_EQ(collector.partial.size(), 1u);
+    out_echo_to_logs("\n");
+    // The sink hears that the line it has seen begin is over; the echo itself it never gets.
+    ASSERT_EQ(collector.partial.size(), 2u);
+    EXPECT_EQ(collector.partial[1].text, "");
+    EXPECT_TRUE(collector.lines.empty());
+    out_tmrk("{p}one two");  // the last word waits
+    out_echo_to_logs("\n");
+    out_tmrk("{it:held");
+    out_echo_to_logs("\n");
+    out_tmrk("x{...}");  // would join the echo to what follows
+    out_echo_to_logs("\n");
+    out_text("def\n");
+    print_state.results = results;
+    EXPECT_EQ(collector.text(), "one two||{it:held|def|");
+}
+
+int guard_at_pause = -1;
+
+TEST(Results, NoEventStartsACommandDuringAPause) {
+    ASSERT_EQ(print_state.results, nullptr);
+    const FrontEnd before = frontend;
+    frontend.WaitForMoreKey = [] {
+        guard_at_pause = session.PollGuard;
+        return int('q');
+    };
+    ASSERT_TRUE(OpenResultsStream());
+    SetResultsPaging(1, true);
+    session.OutputThreshold = kThresholdNormal;
+    EXPECT_EQ(out_text("line\n"), kBreak);
+    EXPECT_EQ(guard_at_pause, 1);
+    EXPECT_EQ(session.PollGuard, 0);
+    session.BreakFlag = 0;
+    frontend = before;
+    CloseResultsStream();
 }
 
 TEST_F(Print, EveryPrintTellsOfABreak) {

@@ -33,12 +33,21 @@ TEST(Stream, LongLinesAreCutAtTheWidth) {
     EXPECT_EQ(shown(std::string(79, 'x') + "\n", 40),
               std::string(40, 'x') + "|> " + std::string(38, 'x') + "|> x|");
     EXPECT_EQ(shown(std::string(255, 'y') + "\n", 255), std::string(255, 'y') + "|");
+    Collector c(300);  // as wide as a record can hold, and each column with a style of its own
+    for (int i = 0; i < 127; i++) c.feed("{res}r{txt}t");
+    c.feed("{res}r{txt}z\n");
+    ASSERT_EQ(c.lines.size(), 2u);
+    EXPECT_EQ(c.lines[0].text.size(), 255u);
+    EXPECT_EQ(c.lines[0].runs.size(), 255u);
+    EXPECT_EQ(c.lines[0].runs.back(), (StyleRun{kStyleResult, 255}));
+    EXPECT_EQ(c.lines[1].text, "> z");
 }
 
 TEST(Stream, DirectivesThatAreNoneShowAsText) {
     EXPECT_EQ(shown("{txt\n"), "{txt|");
     EXPECT_EQ(shown("{nosuch}\n"), "{nosuch}|");
     EXPECT_EQ(shown("{?nosuch:a{it:b}c}{?nosuch}{? nosuch:x}\n"), "abc{? nosuch:x}|");
+    EXPECT_EQ(shown("{?nosuch {it:x} y:abc}\n"), "abc|");
     EXPECT_EQ(shown("{txt foo}{p_end}{}{TXT}\n"), "{txt foo}{p_end}{}{TXT}|");
     EXPECT_EQ(shown("{nosuch:{res:good}}\n"), "{nosuch:good}|");
     EXPECT_EQ(shown("{it:{p 4 4}}\n"), "{p 4 4}|");
@@ -71,6 +80,38 @@ TEST(Stream, HeldTextNeverGrowsBeyondItsBuffer) {
     std::string all;
     for (const Line& line : c.lines) all += all.empty() ? line.text : line.text.substr(2);
     EXPECT_EQ(all, wanted);
+}
+
+TEST(Stream, WhatIsHeldShowsWhenTheModeEnds) {
+    EXPECT_EQ(shown("a{t"), "a{t|");
+    EXPECT_EQ(shown("{asis}\na{tmrk"), "a{tmrk|");
+    // The held text starts a paragraph while the mode ends; its width goes with it.
+    Collector c;
+    c.feed("{a {p 0 0 20}b {c");
+    EXPECT_EQ(c.text(), "{a |b {c||");
+    EXPECT_EQ(c.s->width, 79);
+}
+
+TEST(Stream, ManyBracesAreText) {
+    // Longer than what is held: each brace is told from its name alone.
+    const std::string open(1500, '{');
+    const std::string close(1500, '}');
+    std::string all;
+    Collector c(255);
+    c.feed(open + "{it:x}" + close + "{c 65}\n").text();
+    for (const Line& line : c.lines) all += all.empty() ? line.text : line.text.substr(2);
+    EXPECT_EQ(all, open + "x" + close + "A");
+}
+
+TEST(Stream, LargeNumbersStayInBounds) {
+    EXPECT_EQ(shown("{p2colset 255 256 9 2 0}\n"), "{p2colset 255 256 9 2 0}|");
+    EXPECT_EQ(shown("{p2colset 1 9 9 2147483647 2147483647}{p2line 2147483647 2147483647}x\n"),
+              "{p2line 2147483647 2147483647}x|");
+    EXPECT_EQ(shown("{p2colset 10 30 9 0 99999999999}{p2coldent:a}b\n", 40),
+              std::string(20, ' ') + "a        b||");
+    EXPECT_EQ(shown("{p 0 0 99999999999}123456789 123456789 1\n", 40), "123456789 123456789|1||");
+    EXPECT_EQ(shown("{hline -99999999999}{space 4294967296}\n"),
+              "{hline -99999999999}{space 4294967296}|");
 }
 
 TEST(Stream, SplittingALineAnywhereChangesNothing) {
@@ -211,6 +252,10 @@ TEST(Stream, MarkersAreAnchors) {
     Collector d;
     d.feed("{marker top}{p 2 2}word\n\n");
     EXPECT_EQ(d.lines[0].anchors, std::vector<std::string>{"top"});
+    Collector e;
+    e.feed("{p}{marker top}{p 2 2}word\n\n");
+    ASSERT_GE(e.lines.size(), 2u);
+    EXPECT_EQ(e.lines[1].anchors, std::vector<std::string>{"top"});
 }
 
 TEST(Stream, ParagraphsFillLines) {
@@ -226,6 +271,7 @@ TEST(Stream, ParagraphsFillLines) {
         shown("{p 0 0 0}abc {bind:" + std::string(20, 'x') + " " + std::string(20, 'y') + "}\n",
               43),
         "abc|" + std::string(20, 'x') + " " + std::string(20, 'y') + "||");
+    EXPECT_EQ(shown("{p}{it unclosed\nb\n\nc\n"), "{it unclosed b||c|");
     EXPECT_EQ(shown("{p 1 2 3 4}\n"), "{p 1 2 3 4}|");
     EXPECT_EQ(shown("{p 256}\n"), "{p 256}|");
 }
@@ -270,6 +316,18 @@ TEST(Stream, OldHelp) {
     Collector c;
     c.feed("{k6hlp}\n@net cd x:go@ @bar@\n");
     EXPECT_EQ(c.lines[0].links, (std::vector<Link>{{0, 2, 15, "cd x"}, {3, 6, 12, "bar"}}));
+    // A line as long as is taken at a time ends once, wherever it is cut.
+    for (size_t length : {1022u, 1023u, 1024u, 1025u, 2046u, 2047u}) {
+        const std::string line(length, 'x');
+        Collector whole;
+        Collector split;
+        whole.feed("{k6hlp}\n").feed(line + "\nend\n");
+        split.feed("{k6hlp}\n").feed(line.substr(0, 700)).feed(line.substr(700)).feed("\nend\n");
+        EXPECT_EQ(whole.text(), split.text()) << length;
+        size_t empty = 0;
+        for (const Line& l : whole.lines) empty += l.text.empty();
+        EXPECT_EQ(empty, 0u) << length;
+    }
 }
 
 TEST(Stream, FlushSendsTheLineSoFar) {
@@ -306,6 +364,9 @@ TEST(Stream, FileNewlinesOfAllKinds) {
     out_raw_newlines(&state, c.s, "\nd{it:e}\n");
     out_literal_newlines(&state, c.s, "{it:f}\r\r");
     EXPECT_EQ(c.text(), "a|b|c|de|{it:f}||");
+    Collector d;  // blanks ahead of a CR LF make an empty line, which ends a paragraph
+    out_raw_newlines(&state, d.s, "{p}\r\na\r\n  \r\nb\r\n" + std::string(2000, 'x') + "\r\n");
+    EXPECT_EQ(d.text().substr(0, 6), "a||b|x");
 }
 
 std::string contents(FILE* file) {
@@ -344,6 +405,14 @@ TEST(StreamLogs, APreambleTellsTheParagraph) {
         ASSERT_TRUE(out_log_attach(c.s, fileno(file), LogOp::Add));
     }
     EXPECT_EQ(contents(file).substr(0, 40), "{tmrk}\r\n{txt}{sf}{ul off}{p 8 8 2}\r\n");
+    fclose(file);
+    file = tmpfile();
+    {
+        Collector c;
+        c.feed("{p 4 4}{err}");  // an indent is no text: the style is the one in force
+        ASSERT_TRUE(out_log_attach(c.s, fileno(file), LogOp::Add));
+    }
+    EXPECT_EQ(contents(file).substr(0, 13), "{tmrk}\r\n{err}");
     fclose(file);
 }
 

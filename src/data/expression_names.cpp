@@ -1,0 +1,335 @@
+// data/expression_names.cpp - what a name stands for in an expression: a variable, a scalar, one of
+// the names with an underscore, an element, a function with its arguments.
+//
+// What does not change while the command runs (scalars, stored results, settings) becomes a
+// constant. The arguments of a call are compiled from the last to the first, so that the first one
+// lies on the top of the stack.
+
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "core/missing.h"
+#include "core/names.h"
+#include "core/return_codes.h"
+#include "core/session.h"
+#include "core/settings.h"
+#include "core/store.h"
+#include "core/stored_results.h"
+#include "core/system_values.h"
+#include "data/dataset.h"
+#include "data/expression_compiler.h"
+#include "data/skeleton.h"
+
+namespace korva {
+
+namespace {
+
+constexpr int kMaxLeadingName = 273;  // bytes in front of a bracket
+constexpr ReturnCode kNotAvailable = 199;
+
+constexpr bool is_letter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+
+struct LimitConstant {
+    std::string_view name;
+    double value;
+};
+constexpr LimitConstant kLimits[] = {
+    {"byteorder", 2},  // the low-order byte comes first
+    {"maxdouble", kMaxDouble}, {"mindouble", -kMaxDouble}, {"epsdouble", 0x1p-52},
+    {"maxfloat", kMaxFloat},   {"minfloat", -kMaxFloat},   {"epsfloat", 0x1p-23},
+    {"maxlong", 2147483620},   {"minlong", -2147483647},   {"maxint", 32740},
+    {"minint", -32767},        {"maxbyte", 100},           {"minbyte", -127},
+};
+
+}  // namespace
+
+// --- names ---
+
+void Compiler::named(int begin, int end) {
+    int at = begin;
+    while (at < end && text[at] != '(' && text[at] != '[') at++;
+    if (at - begin > kMaxLeadingName) fail_syntax();
+    const std::string_view name = view(begin, at);
+    if (at < end && match[at] != end - 1) {
+        if (at > begin) fail_syntax();
+        return coefficient(begin, end);
+    }
+    if (at == end) return plain_name(name);
+    if (text[at] == '(') return function(name, at + 1, end - 1);
+    if (name == "_b" || name == "_coef" || name == "_se" || name.empty()) {
+        return coefficient(begin, end);
+    }
+    element(name, at + 1, end - 1);
+}
+
+// A name alone.
+void Compiler::plain_name(std::string_view name) {
+    if (name[0] == '_' && special_name(name)) return;
+    if (name.find('.') != std::string_view::npos && is_letter(name[0])) fail_reported(6101);
+    if (const int32_t var = look_up_variable(name)) return variable(var);
+    if (StoreFind(name, kKindMatrix)) fail_reported(509);
+    if (scalar_value(name)) return;
+    fail_not_found(name);
+}
+
+bool Compiler::special_name(std::string_view name) {
+    if (name == "_n") {
+        emit(OP_OBS);
+    } else if (name == "_N") {
+        emit(OP_NOBS);
+    } else if (name == "_cons") {
+        emit(OP_CONS);
+    } else if (name == "_rc") {
+        emit(OP_RC);
+    } else if (name == "_pi") {
+        number(M_PI);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// The scalar of the name as a constant; false if there is none. Its record holds a double, or a
+// text if the user word is not 0.
+bool Compiler::scalar_value(std::string_view name) {
+    const StoreRecord* scalar = StoreFind(name, kKindScalar);
+    if (!scalar) return false;
+    if (scalar->user_word) {
+        constant_text({scalar->payload(), strnlen(scalar->payload(), scalar->length)});
+    } else {
+        double value = kSysMissing;
+        if (scalar->length >= sizeof value) memcpy(&value, scalar->payload(), sizeof value);
+        number(value);
+    }
+    return true;
+}
+
+// Nothing has the name: an abbreviation of several variables has its own words.
+void Compiler::fail_not_found(std::string_view name) {
+    if (name.find('~') != std::string_view::npos) {
+        int32_t var = 0;
+        fail(find_variable(name, &var));
+    }
+    if (!IsValidName(name)) fail_syntax();
+    if (settings.varabbrev) {
+        for (int i = 0; i < dataset.nvar; i++) {
+            if (std::string_view(dataset.names[i]).starts_with(name)) fail(ReportAmbiguous(name));
+        }
+    }
+    fail(ReportNotFound(name));
+}
+
+// x[subscript]
+void Compiler::element(std::string_view name, int begin, int end) {
+    if (name == "_n" || name == "_N" || name == "_cons" || name == "_rc" || name == "_pi") {
+        fail_syntax();
+    }
+    const int32_t var = look_up_variable(name);
+    if (!var) {
+        if (StoreFind(name, kKindMatrix)) {
+            fail_words(kNotAvailable, "elements of matrices are not available yet\n");
+        }
+        fail_not_found(name);
+    }
+    range(begin, end);
+    emit(type_is_string(dataset.types[var - 1]) ? OP_ELEMENT_S : OP_ELEMENT);
+    word(var);
+}
+
+// _b[x], _se[x], [eq]_b[x]: no estimation results are kept yet, so none is found.
+void Compiler::coefficient(int begin, int end) {
+    fail(ReportNotFound(view(begin, end)));
+}
+
+// --- calls ---
+
+int Compiler::skip(int at) const {
+    const char c = text[at];
+    const bool jumps = c == '(' || c == '[' || c == '"' || (c == '`' && match[at] > at);
+    return jumps ? match[at] + 1 : at + 1;
+}
+
+Compiler::Arguments Compiler::split(int begin, int end) {
+    Arguments a{n_separators, 0, begin};
+    if (begin == end) return a;
+    int at = begin;
+    while (at <= end) {
+        if (at == end || text[at] == ',') {
+            if (n_separators == kMaxCodes) fail_reported(130);
+            separators[n_separators++] = at++;
+            a.count++;
+        } else {
+            at = skip(at);
+        }
+    }
+    return a;
+}
+
+void Compiler::argument(const Arguments& a, int index) {
+    const int begin = index == 0 ? a.begin : separators[a.base + index - 1] + 1;
+    range(begin, separators[a.base + index]);
+}
+
+// Compiles the arguments from the last to the first and forgets them.
+void Compiler::arguments(const Arguments& a) {
+    for (int i = a.count - 1; i >= 0; i--) argument(a, i);
+    n_separators = a.base;
+}
+
+void Compiler::fail_unavailable(std::string_view name) {
+    fail_words(kNotAvailable, "function " + std::string(name) + "() is not available yet\n");
+}
+
+void Compiler::function(std::string_view name, int begin, int end) {
+    const FunctionRow* row = find_function(name, session.version);
+    if (!row) {
+        fail_words(133, "Unknown function " + std::string(name) + "()\n");
+    }
+    if (row->kind == FunctionKind::InMatrixMode && !matrix_mode) fail_reported(509);
+    if (row->kind == FunctionKind::Alone) return routine(*row, begin, end);
+    if (!kOpcodeRows[size_t(row->opcode)].available) fail_unavailable(name);
+    if (row->max_arguments == 1 && begin < end) {
+        range(begin, end);
+        emit(row->opcode, 1);
+        if (row->kind == FunctionKind::Counted) word(1);
+        return;
+    }
+    const Arguments a = split(begin, end);
+    if (a.count < row->min_arguments || a.count > row->max_arguments) fail_syntax();
+    arguments(a);
+    emit(row->opcode, a.count);
+    if (row->kind == FunctionKind::Counted) word(a.count);
+}
+
+void Compiler::routine(const FunctionRow& row, int begin, int end) {
+    switch (row.routine) {
+    case FunctionRoutine::Cond: return condition(begin, end);
+    case FunctionRoutine::Sum: return running_sum(begin, end);
+    case FunctionRoutine::Missing: return missing(begin, end);
+    case FunctionRoutine::InRange: return by_first_type(begin, end, 3, 3, OP_INRANGE, OP_INRANGE_S);
+    case FunctionRoutine::InList: return by_first_type(begin, end, 2, 240, OP_INLIST, OP_INLIST_S);
+    case FunctionRoutine::Plural: return plural(begin, end);
+    case FunctionRoutine::Scalar: return scalar(begin, end);
+    case FunctionRoutine::Variable: return variable_by_name(begin, end);
+    case FunctionRoutine::Results: return stored_result(row.name, begin, end);
+    case FunctionRoutine::SystemValue: return system_value(begin, end);
+    case FunctionRoutine::Caller:
+        if (begin != end) fail_syntax();
+        return number(session.callerVersion / 100.0);
+    case FunctionRoutine::Limit: return limit(row.name, begin, end);
+    default: fail_unavailable(row.name);
+    }
+}
+
+void Compiler::condition(int begin, int end) {
+    const Arguments a = split(begin, end);
+    if (a.count != 3 && a.count != 4) fail_syntax();
+    arguments(a);
+    emit(n_types > 1 && types[n_types - 2] == 'S' ? OP_COND_S : OP_COND, a.count);
+    word(a.count);
+}
+
+void Compiler::running_sum(int begin, int end) {
+    if (record->last_sum + 1 >= kMaxSums) fail_words(130, "Too many SUMs\n");
+    const int accumulator = ++record->last_sum + 1;
+    range(begin, end);
+    emit(OP_SUM);
+    word(accumulator);
+}
+
+// missing(a, ...): a >= . for a number, a == "" for a string, joined by |.
+void Compiler::missing(int begin, int end) {
+    if (inside_missing) fail_words(198, "missing() may not be nested within missing()\n");
+    inside_missing = true;
+    const Arguments a = split(begin, end);
+    if (a.count < 1) fail_syntax();
+    for (int i = a.count - 1; i >= 0; i--) {
+        argument(a, i);
+        if (top_type() == 'S') {
+            constant_text("");
+            emit(OP_EQ_S);
+        } else {
+            number(kSysMissing);
+            emit(OP_GE);
+        }
+        if (i < a.count - 1) emit(OP_OR);
+    }
+    n_separators = a.base;
+    inside_missing = false;
+}
+
+// One instruction for numbers and one for strings, by the first argument.
+void Compiler::by_first_type(int begin, int end, int fewest, int most, int code, int text_code) {
+    const Arguments a = split(begin, end);
+    if (a.count < fewest || a.count > most) fail_syntax();
+    arguments(a);
+    const int chosen = top_type() == 'S' ? text_code : code;
+    emit(chosen, a.count);
+    if (kOpcodeRows[size_t(chosen)].operands) word(a.count);
+}
+
+void Compiler::plural(int begin, int end) {
+    const Arguments a = split(begin, end);
+    if (a.count != 2 && a.count != 3) fail_syntax();
+    arguments(a);
+    emit(a.count == 2 ? OP_PLURAL : OP_PLURAL3);
+}
+
+void Compiler::scalar(int begin, int end) {
+    const std::string_view name = view(begin, end);
+    if (!IsValidName(name)) fail_syntax();
+    if (!scalar_value(name)) fail(ReportNotFound(name));
+}
+
+void Compiler::variable_by_name(int begin, int end) {
+    int32_t var = 0;
+    if (begin == end) fail_syntax();
+    if (ReturnCode rc = find_variable(view(begin, end), &var)) fail(rc);
+    variable(var);
+}
+
+// r(name), e(name), s(name), return(name): the value that stands there now. e(sample) is a
+// variable.
+void Compiler::stored_result(std::string_view family_name, int begin, int end) {
+    const std::string_view name = view(begin, end);
+    if (family_name == "e" && name == "sample") {
+        if (const int var = find_variable_exact(kEstimationSample)) return variable(var);
+        return number(0);
+    }
+    const ResultFamily family = family_name == "r"   ? ResultFamily::R
+                                : family_name == "e" ? ResultFamily::E
+                                : family_name == "s" ? ResultFamily::S
+                                                     : ResultFamily::Return;
+    const StoredValue value = FindStoredResult(family, name);
+    switch (value.kind) {
+    case ResultKind::Number: return number(value.number);
+    case ResultKind::Text: return constant_text(value.text);
+    case ResultKind::Matrix: fail_reported(509);
+    case ResultKind::None: break;
+    }
+    if (!IsValidName(name)) fail_syntax();
+    number(kSysMissing);
+}
+
+void Compiler::system_value(int begin, int end) {
+    const std::string_view name = view(begin, end);
+    SystemValue value;
+    if (!FindSystemValue(name, &value)) {
+        fail_words(133, "c(" + std::string(name) + ") undefined\n");
+    }
+    if (value.is_text) return constant_text(value.text);
+    number(value.number);
+}
+
+void Compiler::limit(std::string_view name, int begin, int end) {
+    if (begin != end) fail_syntax();
+    for (const LimitConstant& row : kLimits) {
+        if (row.name == name) return number(row.value);
+    }
+    fail_unavailable(name);
+}
+
+}  // namespace korva
