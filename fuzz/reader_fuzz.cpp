@@ -1,4 +1,5 @@
-// fuzz/reader_fuzz.cpp - any bytes as a do-file: lines are read, expanded and cut into tokens, not run.
+// fuzz/reader_fuzz.cpp - any bytes as a do-file: lines are read, expanded and cut into tokens, not
+// run.
 #include <sys/mman.h>
 #include <unistd.h>
 

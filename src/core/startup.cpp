@@ -349,7 +349,10 @@ int SessionStart(int argc, char** argv) {
 
 void SessionCleanup(int exitCode) {
     constexpr int kLeaveAtOnce = 900;
-    if (exitCode == kLeaveAtOnce) std::_Exit(1);
+    if (exitCode == kLeaveAtOnce) {
+        frontend.PumpMessages();  // what was printed must still be seen
+        std::_Exit(1);
+    }
     if (StartStage >= 4) out_flush();
     if (session.ShuttingDown) return;
     session.ShuttingDown = 1;
