@@ -246,7 +246,7 @@ def no_variables(data):
 
 def many(data):
     """More than one block of rows."""
-    data.rows = [[i * 0.5, i % 2, str(i % 1000)] for i in range(4500)]
+    data.rows = [[i * 0.1, i % 2, str(i % 900 + 100)] for i in range(2100)]
     data.sort = []
 
 

@@ -23,8 +23,8 @@ assert s7[28] == "seven77" & s7[30] != "" & s1[29] == " "
 assert name_of_thirty_two_characters_xx[27] == 26
 * More rows than one block holds.
 use data/blocks_hilo
-assert _N == 4500
-assert x == (_n - 1) / 2
+assert _N == 2100
+assert x == (_n - 1) * 0.1
 assert g == mod(_n - 1, 2)
 use data/small_lohi, nolabel
 list g

@@ -172,27 +172,27 @@ TEST_F(DtaRead, ByteOrderAndLettersMakeNoDifference) {
 
 TEST_F(DtaRead, RowsFollowEachOtherAcrossBlocks) {
     ASSERT_EQ(use("blocks_hilo.dta"), 0);
-    ASSERT_EQ(dataset.nobs, 4500);
-    for (int obs = 1; obs <= 4500; obs++) {
-        ASSERT_EQ(get(1, obs), (obs - 1) * 0.5);
-        ASSERT_EQ(cell_text(3, obs), std::to_string((obs - 1) % 1000));
+    ASSERT_EQ(dataset.nobs, 2100);
+    for (int obs = 1; obs <= 2100; obs++) {
+        ASSERT_EQ(get(1, obs), (obs - 1) * 0.1);
+        ASSERT_EQ(cell_text(3, obs), std::to_string((obs - 1) % 900 + 100));
     }
 }
 
-// The rows of blocks_lohi.dta, 4500 of 12 bytes in front of 71 bytes of value labels, 20 times
+// The rows of blocks_lohi.dta, 2100 of 12 bytes in front of 71 bytes of value labels, 43 times
 // over: more than the observation table initialises at once.
 TEST_F(DtaRead, ManyRowsEachHaveTheirPlace) {
     const Bytes file = bytes_of("blocks_lohi.dta");
-    const auto rows = file.end() - 71 - 4500 * 12;
+    const auto rows = file.end() - 71 - 2100 * 12;
     Bytes bytes(file.begin(), rows);
-    for (int copy = 0; copy < 20; copy++) bytes.insert(bytes.end(), rows, file.end() - 71);
+    for (int copy = 0; copy < 43; copy++) bytes.insert(bytes.end(), rows, file.end() - 71);
     bytes.insert(bytes.end(), file.end() - 71, file.end());
-    const int32_t nobs = 90000;
+    const int32_t nobs = 90300;
     memcpy(&bytes[6], &nobs, sizeof nobs);
     ASSERT_EQ(load(bytes), 0);
     ASSERT_EQ(check_dataset(), "");
     ASSERT_EQ(dataset.nobs, nobs);
-    for (int obs = 1; obs <= nobs; obs++) ASSERT_EQ(get(1, obs), (obs - 1) % 4500 * 0.5);
+    for (int obs = 1; obs <= nobs; obs++) ASSERT_EQ(get(1, obs), (obs - 1) % 2100 * 0.1);
     EXPECT_STREQ(find_value_label("gl", 1), "yes");
 }
 
