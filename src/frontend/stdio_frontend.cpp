@@ -51,15 +51,15 @@ void send_output() {
     state.output.clear();
 }
 
-// The terminal's sequence for a style; classes read on dark and on light grounds.
-void add_style(unsigned char style) {
-    static constexpr const char* kColours[8] = {"", "", "", "", ";31", "", ";34", ";1"};
-    state.output += "\033[0";
-    state.output += kColours[style & kClassMask];
-    if (style & kStyleBold) state.output += ";1";
-    if (style & kStyleItalic) state.output += ";3";
-    if (style & kStyleUnderline || (style & kClassMask) == kStyleLink) state.output += ";4";
-    state.output += 'm';
+// The attributes of a style for a terminal, empty for plain text; they read on dark and on light
+// grounds. Classes: 1 result, 2 text, 4 error, 5 input, 6 link, 7 highlight.
+std::string attributes_of(unsigned char style) {
+    static constexpr const char* kOfClass[8] = {"", ";1", "", "", ";31", ";36", ";4", ";1"};
+    std::string attributes = kOfClass[style & kClassMask];
+    if (style & kStyleBold) attributes += ";1";
+    if (style & kStyleItalic) attributes += ";3";
+    if (style & kStyleUnderline) attributes += ";4";
+    return attributes;
 }
 
 // Adds the bytes [from, to) of a run, line-drawing bytes as plain characters.
@@ -69,6 +69,14 @@ void add_run(const char* text, int from, int to, unsigned char style) {
         return;
     }
     for (int i = from; i < to; i++) state.output += plain_graphic(text[i]);
+}
+
+// Adds a run with its attributes around it.
+void add_styled_run(const char* text, int from, int to, unsigned char style) {
+    const std::string attributes = state.colours ? attributes_of(style) : std::string();
+    if (!attributes.empty()) state.output += "\033[0" + attributes + "m";
+    add_run(text, from, to, style);
+    if (!attributes.empty()) state.output += "\033[0m";
 }
 
 // Adds the record's line from column `from` on.
@@ -81,13 +89,9 @@ void add_line(const unsigned char* record, int from) {
         const unsigned char style = runs[2 + 2 * i];
         const int end = runs[3 + 2 * i];
         const int first = start > from ? start : from;
-        if (end > first) {
-            if (state.colours) add_style(style);
-            add_run(text, first, end, style);
-        }
+        if (end > first) add_styled_run(text, first, end, style);
         start = end;
     }
-    if (state.colours) state.output += "\033[0m";
 }
 
 // A line that a flush has shown in part is finished behind what stands there; one that has become

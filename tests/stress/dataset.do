@@ -1,20 +1,34 @@
 display "session started"
 use data/types_lohi
 describe
+use data/blocks_hilo, clear
 use data/groups, clear
 list in 1/5
+list in 1/2, clean noobs
 summarize
+summarize z* if _n > 1
 generate z = _n
 replace z = 1000000 in 1
+replace z = 1e12 in 2
 generate str s = "text" + string(_n)
-replace s = "a longer text than there was"
-by sector: generate m = _N
-count if z > 2
+replace s = "a longer text than there was" in 2
+generate double t = sqrt(z) * ln(z + 1) if mod(_n, 2)
+by town: generate m = _N
+by town: summarize z
+count if z > 2 & s != ""
+assert z > 0
 drop if z == 3
 keep in 1/4
 drop z
+generate x1 = 1
+generate x2 = 2
+generate x3 = 3
+drop x1-x3
 set obs 5000
 generate double w = ln(_n)
+use data/bad_table, clear
+use data/cut, clear
+use data/small_hilo
 clear
 display "session usable"
 display "session usable"
