@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 
 #include "core/macro.h"
@@ -35,11 +36,6 @@ constexpr Codeword kCodewords[] = {
 
 bool is_separator(char c) {
     return c == '/' || c == '\\';
-}
-
-bool is_directory(const char* path) {
-    struct stat status;
-    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 bool can_be_seen(const char* path) {
@@ -94,13 +90,8 @@ std::string element_directory(std::string_view element) {
     return with_separator(PlatformPath(element));
 }
 
-// The two places of a file in one directory.
-struct Places {
-    std::string plain;      // <dir>/name
-    std::string by_letter;  // <dir>/n/name
-};
-
-Places places_in(const std::string& directory, std::string_view file) {
+// The two places of a file in one directory: <dir>/name and <dir>/n/name.
+std::array<std::string, 2> places_in(const std::string& directory, std::string_view file) {
     const size_t base = base_name(file);
     const std::string start = directory + std::string(file.substr(0, base));
     const std::string name(file.substr(base));
@@ -128,7 +119,7 @@ void StartDirectories(std::string_view installation) {
     directories.oldplace = ado;
     directories.personal = ado + "personal/";
     directories.plus = ado + "ktbplus/";
-    if (!is_directory(directories.plus.c_str())) directories.plus = ado + "plus/";
+    if (!DirectoryExists(directories.plus.c_str())) directories.plus = ado + "plus/";
 }
 
 std::string_view SystemDirectory(std::string_view codeword) {
@@ -168,10 +159,10 @@ bool FindOnPath(std::string_view name, std::string_view extension, int occurrenc
         if (at_end) return false;
         const std::string_view element = take_element(&rest);
         if (element.empty()) continue;
-        const Places places = places_in(element_directory(element), file);
-        if (places.by_letter.size() > size_t(kMaxFileNameBytes)) return false;
-        if (take_hit(places.plain, &occurrence, result)) return true;
-        if (take_hit(places.by_letter, &occurrence, result)) return true;
+        for (const std::string& path : places_in(element_directory(element), file)) {
+            if (path.size() > size_t(kMaxFileNameBytes)) return false;
+            if (take_hit(path, &occurrence, result)) return true;
+        }
     }
 }
 
@@ -202,6 +193,11 @@ std::string PlatformPath(std::string_view name) {
 bool FileExists(const char* path) {
     struct stat status;
     return stat(path, &status) == 0 && !S_ISDIR(status.st_mode);
+}
+
+bool DirectoryExists(const char* path) {
+    struct stat status;
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace korva

@@ -41,6 +41,9 @@ bool FindDoFile(std::string_view name, std::string* result);
 // `name` if a file of it can be seen; else with every `\` as `/` when that names one; else `name`.
 std::string PlatformPath(std::string_view name);
 
+// True for anything at the path but a directory.
 bool FileExists(const char* path);
+
+bool DirectoryExists(const char* path);
 
 }  // namespace korva

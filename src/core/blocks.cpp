@@ -24,6 +24,7 @@
 #include "core/scanner.h"
 #include "core/session.h"
 #include "core/settings.h"
+#include "core/words.h"
 
 namespace korva {
 
@@ -48,15 +49,6 @@ struct IfGuard {
     IfGuard& operator=(const IfGuard&) = delete;
     uint8_t taken, continue_state;
 };
-
-const char* skip_blanks(const char* p) {
-    while (*p == ' ') p++;
-    return p;
-}
-
-bool is_blank(std::string_view text) {
-    return text.find_first_not_of(' ') == text.npos;
-}
 
 ReturnCode code_follows_brace(const char* which) {
     out_error(std::string("program error:  code follows on the same line as ") + which +
@@ -105,6 +97,21 @@ bool scan_is_remembered() {
     return !session.ExecuteFlag && session.InProgram && !settings.trace;
 }
 
+// Goes to the end of the scan from the stored line, if it is known.
+bool jump_over_scan(int32_t start) {
+    StoreRecord* program = current_program();
+    const int32_t end = program ? RememberedBlockEnd(program, start) : 0;
+    if (end > 0) session.ProgramLine = end;
+    return end > 0;
+}
+
+// The scan from the stored line ended with the line just read.
+void remember_scan(int32_t start) {
+    if (StoreRecord* program = current_program()) {
+        RememberBlockEnd(program, start, session.ProgramLine);
+    }
+}
+
 // The block under the present rules: one command a line, braces alone.
 void run_strict(Block* block) {
     int32_t scan_start = -1;  // stored line at which the scan began; -1: none is to be remembered
@@ -114,25 +121,18 @@ void run_strict(Block* block) {
         if (scan_start < 0 && scan_is_remembered()) {
             scan_start = session.ProgramLine;
             code_before_scan = block->code;
-            StoreRecord* program = current_program();
-            const int32_t end = program ? RememberedBlockEnd(program, scan_start) : 0;
-            if (end > 0) {
-                session.ProgramLine = end;
-                return;
-            }
+            if (jump_over_scan(scan_start)) return;
         }
         if (ReadNextLine(true)) {
             block->fail(session.BreakFlag ? kBreak : no_close_brace());
             return;
         }
-        const char* first = skip_blanks(session.ConsoleBuffer);
+        const char* first = SkipBlanks(session.ConsoleBuffer);
         if (*first == '}') {
-            if (*skip_blanks(first + 1)) {
+            if (*SkipBlanks(first + 1)) {
                 block->fail(code_follows_brace("close"));
             } else if (scan_start >= 0 && block->code == code_before_scan) {
-                if (StoreRecord* program = current_program()) {
-                    RememberBlockEnd(program, scan_start, session.ProgramLine);
-                }
+                remember_scan(scan_start);
             }
             return;
         }
@@ -165,7 +165,7 @@ bool run_piece(Block* block, const std::string& piece) {
 // The block below version 8. The text behind its opening brace is pending already or still on the
 // line.
 void run_loose(Block* block) {
-    const char* rest = skip_blanks(ScanRest());
+    const char* rest = SkipBlanks(ScanRest());
     if (*rest) blocks.pending = rest;
     for (;;) {
         block->look_for_break();
@@ -175,7 +175,7 @@ void run_loose(Block* block) {
                 block->fail(session.BreakFlag ? kBreak : no_close_brace());
                 return;
             }
-            blocks.pending = skip_blanks(session.ConsoleBuffer);
+            blocks.pending = SkipBlanks(session.ConsoleBuffer);
             continue;
         }
         if (piece == "}") return;
@@ -201,7 +201,7 @@ char* FindOpenBrace(char* text) {
 
 bool TakePiece(std::string* piece) {
     std::string& text = blocks.pending;
-    if (is_blank(text)) {
+    if (TrimBlanks(text).empty()) {
         text.clear();
         return false;
     }
@@ -234,7 +234,7 @@ bool TakePiece(std::string* piece) {
 
 ReturnCode RunBlock() {
     const bool loose = LooseBraces();
-    if (!loose && *skip_blanks(ScanRest())) return code_follows_brace("open");
+    if (!loose && *SkipBlanks(ScanRest())) return code_follows_brace("open");
     Block block;
     {
         DepthGuard depth;

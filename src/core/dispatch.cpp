@@ -111,6 +111,19 @@ struct InterruptedLine {
     }
 };
 
+// True if CommandWord is but the front of a longer token: no file may be taken for that.
+bool word_was_cut(std::string_view word) {
+    const std::string_view token = scanner.TokenBuffer;
+    return word.size() == size_t(kMaxNameBytes) && token.size() > word.size() &&
+           token.starts_with(word);
+}
+
+// The path as one token of the line. Compound quotes let it hold double quotes.
+std::string quoted_path(const std::string& path) {
+    const bool plain = path.find('"') == std::string::npos;
+    return plain ? "\"" + path + "\"" : "`\"" + path + "\"'";
+}
+
 // Says that the load failed, whatever is quiet now but a capture.
 void report_failed_load(std::string_view word, std::string_view extension) {
     const LevelGuard level(kLevelInput);
@@ -155,7 +168,7 @@ ReturnCode DispatchNext() {
 
 ReturnCode AutoLoad(std::string_view extension, bool mustDefine) {
     const std::string word = session.CommandWord;
-    if (!IsValidName(word)) {
+    if (!IsValidName(word) || word_was_cut(word)) {
         return extension == "class" ? 199 : unrecognized(word, " invalid command name");
     }
     std::string path;
@@ -167,7 +180,7 @@ ReturnCode AutoLoad(std::string_view extension, bool mustDefine) {
         return 199;
     }
     interrupted.save();
-    std::snprintf(session.ConsoleBuffer, size_t(session.conslen), "\"%s\"", path.c_str());
+    std::snprintf(session.ConsoleBuffer, size_t(session.conslen), "%s", quoted_path(path).c_str());
     SetScanPointer(session.ConsoleBuffer);
     std::strcpy(session.Scope, word.c_str());
     session.LoadMark = session.CommandCounter;

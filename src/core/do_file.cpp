@@ -9,18 +9,13 @@
 #include "core/names.h"
 #include "core/option_words.h"
 #include "core/scanner.h"
+#include "core/words.h"
 
 namespace korva {
 
 namespace {
 
 constexpr size_t kNone = std::string_view::npos;
-
-std::string_view trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(' ');
-    if (first == kNone) return {};
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
 
 // The last comma outside plain and compound quotes.
 size_t last_comma(std::string_view text) {
@@ -72,7 +67,7 @@ ReturnCode ParseDoLine(ExecKind kind, std::string* path, std::string* arguments,
         char* rest = ScanRest();
         const std::string_view text = rest;
         const size_t comma = last_comma(text);
-        *arguments = trimmed(text.substr(0, comma));
+        *arguments = TrimBlanks(text.substr(0, comma));
         if (comma != kNone) {
             SetScanPointer(rest + comma + 1);
             if (ReturnCode rc = read_options(stop)) return rc;

@@ -108,6 +108,40 @@ ReturnCode set_arguments(ExecFrame* frame, ExecKind kind, std::string_view argum
     return SetArguments(arguments);
 }
 
+// What is the level's own: settings it may have changed, temporaries, macros. An include has none
+// of it: it shares even its caller's loop, which a continue in it must reach.
+void end_level(const ExecFrame& frame) {
+    if (settings.more != frame.more) {
+        settings.more = frame.more;
+        SetResultsPaging(settings.pagesize, settings.more && !session.BatchMode);
+    }
+    session.version = frame.version;
+    session.callerVersion = frame.callerVersion;
+    DropTemporaryVariables(frame.tempNameCounterAtEntry);
+    DropTemporariesSince(frame.tempNameCounterAtEntry, frame.tempFileCounterAtEntry,
+                         session.version >= kTempFilesSince);
+    session.ModernMissing = frame.modernMissing;
+    settings.trace = frame.trace;
+    session.TraceDepth = frame.traceDepth;
+    session.InLoop = frame.inLoop;
+    session.ContinueState = frame.continueState;
+    session.IfTaken = frame.ifTaken;
+    DropMacroLevel();
+}
+
+// Where the caller's next line comes from, and as whose.
+void restore_source(const ExecFrame& frame) {
+    session.InProgram = frame.inProgram;
+    session.ProgramLine = frame.lineNumber;
+    session.ClassProgram = frame.classProgram;
+    session.BlockDepth = frame.blockDepth;
+    session.ResultKind = frame.resultKind;
+    session.SortPreserve = frame.sortPreserve;
+    copy_name(session.ProgramName, frame.programName);
+    copy_name(session.ProgramDisplayName, frame.programDisplayName);
+    copy_name(session.Scope, frame.scope);
+}
+
 void count_batch_lines(ExecFrame* frame) {
     if (session.CallDepth == 1 && session.BatchMode)
         frame->reader.total_lines = CountReaderLines(frame->reader);
@@ -138,12 +172,12 @@ ReturnCode PushFrame(ExecFrame* frame, ExecKind kind) {
     } else {
         enter_file(frame, kind);
     }
+    TraceBeginEnd(false, session.ProgramDisplayName);
     if (kind != ExecInclude) session.OutputThresholdAtEntry = session.OutputThreshold;
     if (kind == ExecRun) {
         if (session.OutputThreshold < kThresholdQuiet) session.OutputThreshold = kThresholdQuiet;
         session.EchoOff = 1;
     }
-    TraceBeginEnd(false, session.ProgramDisplayName);
     session.CallDepth++;
     session.BlockDepth = blocks.depth;
     if (kind != ExecProgram) count_batch_lines(frame);
@@ -157,6 +191,11 @@ ReturnCode PushFrame(ExecFrame* frame, ExecKind kind) {
 
 void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak) {
     session.CallDepth--;
+    session.EchoOff = frame->echoOff;
+    if (kind != ExecInclude) {
+        session.OutputThreshold = frame->outputThreshold;
+        session.OutputThresholdAtEntry = frame->outputThresholdAtEntry;
+    }
     TraceBeginEnd(true, session.ProgramDisplayName);
     if (kind == ExecProgram) {
         StoreRecord* record = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
@@ -168,37 +207,8 @@ void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak) {
         session.ReaderEof = 0;
     }
     session.DelimiterMode = frame->delimiterMode;
-    session.EchoOff = frame->echoOff;
-    if (kind != ExecInclude) {
-        session.OutputThreshold = frame->outputThreshold;
-        session.OutputThresholdAtEntry = frame->outputThresholdAtEntry;
-        if (settings.more != frame->more) {
-            settings.more = frame->more;
-            SetResultsPaging(settings.pagesize, settings.more && !session.BatchMode);
-        }
-        session.version = frame->version;
-        session.callerVersion = frame->callerVersion;
-        DropTemporaryVariables(frame->tempNameCounterAtEntry);
-        DropTemporariesSince(frame->tempNameCounterAtEntry, frame->tempFileCounterAtEntry,
-                             session.version >= kTempFilesSince);
-        session.ModernMissing = frame->modernMissing;
-        settings.trace = frame->trace;
-        session.TraceDepth = frame->traceDepth;
-        // An include shares its caller's loop: a continue in it must reach that.
-        session.InLoop = frame->inLoop;
-        session.ContinueState = frame->continueState;
-        session.IfTaken = frame->ifTaken;
-        DropMacroLevel();
-    }
-    session.InProgram = frame->inProgram;
-    session.ProgramLine = frame->lineNumber;
-    session.ClassProgram = frame->classProgram;
-    session.BlockDepth = frame->blockDepth;
-    session.ResultKind = frame->resultKind;
-    session.SortPreserve = frame->sortPreserve;
-    copy_name(session.ProgramName, frame->programName);
-    copy_name(session.ProgramDisplayName, frame->programDisplayName);
-    copy_name(session.Scope, frame->scope);
+    if (kind != ExecInclude) end_level(*frame);
+    restore_source(*frame);
     if (kind == ExecInclude) return;
     // A break that came under nobreak fires once breaks are enabled again.
     if (!keepBreak && session.BreakEnabled && session.BreakPending) RaiseBreak();

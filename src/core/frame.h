@@ -50,6 +50,9 @@ struct ExecFrame {
 // break is not looked at on leaving.
 ReturnCode RunFile(ExecKind kind, bool keepBreak);
 
+// The two halves of the level change. PushFrame opens the source and makes it the current one; a
+// code means that nothing was changed and no file stays open. PopFrame ends the level: it closes
+// the file, drops what the level made and puts back what the frame holds.
 ReturnCode PushFrame(ExecFrame* frame, ExecKind kind);
 void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak);
 

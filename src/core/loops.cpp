@@ -21,6 +21,7 @@
 #include "core/scanner.h"
 #include "core/session.h"
 #include "core/upcalls.h"
+#include "core/words.h"
 
 namespace korva {
 
@@ -65,19 +66,13 @@ struct LoopGuard {
     uint8_t in_loop, continue_state, if_taken, execute;
 };
 
-std::string_view trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(' ');
-    if (first == text.npos) return {};
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
 // The stored text of the line that runs, with its macros, from the loop's word on; empty if the
 // line begins with anything but prefixes and the word.
 std::string stored_line(std::string_view word) {
     StoreRecord* program = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
     if (!program || session.ProgramLine < 1) return {};
     std::string_view line = ProgramLineText(program, session.ProgramLine - 1);
-    line = trimmed(line.substr(1, line.size() - 2));
+    line = TrimBlanks(line.substr(1, line.size() - 2));
     for (;;) {
         const size_t end = std::min(line.find_first_of(" (:"), line.size());
         const std::string_view first = line.substr(0, end);
@@ -86,8 +81,8 @@ std::string stored_line(std::string_view word) {
             !MatchAbbreviation(first, "noisily", 1)) {
             return {};
         }
-        line = trimmed(line.substr(end));
-        if (!line.empty() && line[0] == ':') line = trimmed(line.substr(1));
+        line = TrimBlanks(line.substr(end));
+        if (!line.empty() && line[0] == ':') line = TrimBlanks(line.substr(1));
     }
 }
 
@@ -98,7 +93,7 @@ struct BodyReader {
 
     // Adds a line; true when it closes the loop.
     bool add(std::string_view line) {
-        line = trimmed(line);
+        line = TrimBlanks(line);
         if (line.empty() || line[0] == '*') return false;
         AddProgramLine(text, line);
         if (line[0] == '}' && --depth == 0) return true;
@@ -138,7 +133,7 @@ ReturnCode read_loop(const std::string& line, ProgramText* text) {
             continue;
         }
         if (ReturnCode rc = read_body_line(number++)) return rc;
-        const std::string_view next = trimmed(session.ConsoleBuffer);
+        const std::string_view next = TrimBlanks(session.ConsoleBuffer);
         if (!next.empty() && next[0] != '*') blocks.pending = next;
     }
 }
@@ -163,7 +158,7 @@ ReturnCode run_stored(const char* name) {
 // Stores the loop that begins with `line` and runs it.
 ReturnCode run_from_source(const std::string& line) {
     if (session.ProgramLoopDepth >= kMaxLoopDepth) return ReportError(198);
-    if (!LooseBraces() && trimmed(line).back() != '{') return ReportInvalidSyntax();
+    if (!LooseBraces() && TrimBlanks(line).back() != '{') return ReportInvalidSyntax();
     ProgramText text;
     if (ReturnCode rc = read_loop(line, &text)) return rc;
     if (text.too_long) return ReportError(1000);
@@ -220,7 +215,7 @@ ReturnCode run_pass() {
 bool body_on_line() {
     if (!LooseBraces() || IsLoopProgram(session.ProgramName)) return false;
     const char* brace = FindOpenBrace(ScanRest());
-    return brace && !(trimmed(brace + 1).empty() && trimmed(blocks.pending).empty());
+    return brace && !(TrimBlanks(brace + 1).empty() && TrimBlanks(blocks.pending).empty());
 }
 
 ReturnCode run_while() {

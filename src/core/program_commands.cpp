@@ -18,6 +18,7 @@
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/session.h"
+#include "core/words.h"
 
 namespace korva {
 
@@ -36,12 +37,6 @@ constexpr KindWord kKindWords[] = {
     // clang-format on
 };
 
-std::string_view trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(' ');
-    if (first == text.npos) return {};
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
 // A subprogram's name has its ado-file's in front: owner.name.
 std::string shown_name(const StoreRecord* record) {
     const auto* head = reinterpret_cast<const ProgramHead*>(record->payload());
@@ -59,23 +54,6 @@ std::vector<StoreRecord*> all_programs() {
 
 // --- program define ---
 
-// The text between the parentheses at the scanner; false: there are none, or they do not close.
-bool take_parenthesised(std::string* text) {
-    char* open = ScanRest();
-    while (*open == ' ') open++;
-    if (*open != '(') return false;
-    int depth = 0;
-    char* close = open;
-    for (; *close; close++) {
-        if (*close == '(') depth++;
-        if (*close == ')' && --depth == 0) break;
-    }
-    if (!*close) return false;
-    text->assign(open + 1, close);
-    SetScanPointer(close + 1);
-    return true;
-}
-
 ReturnCode incorrect_option(const char* name) {
     out_error(std::string("option ") + name + " incorrectly specified\n");
     return 198;
@@ -84,12 +62,12 @@ ReturnCode incorrect_option(const char* name) {
 // recall [, header | noheader], or onecall
 ReturnCode parse_byable(uint8_t* state) {
     std::string text;
-    if (!take_parenthesised(&text)) return incorrect_option("byable()");
+    if (!TakeParenthesised(&text)) return incorrect_option("byable()");
     const size_t comma = text.find(',');
-    const std::string_view word = trimmed(std::string_view(text).substr(0, comma));
+    const std::string_view word = TrimBlanks(std::string_view(text).substr(0, comma));
     const std::string_view header = comma == text.npos
                                         ? ""
-                                        : trimmed(std::string_view(text).substr(comma + 1));
+                                        : TrimBlanks(std::string_view(text).substr(comma + 1));
     if (word == "onecall" && comma == text.npos) {
         *state = kByOnecall;
     } else if (word == "recall" && (comma == text.npos || header == "header")) {
@@ -105,7 +83,7 @@ ReturnCode parse_byable(uint8_t* state) {
 // Names with one blank between them.
 ReturnCode parse_properties(std::string* properties) {
     std::string text;
-    if (!take_parenthesised(&text)) return incorrect_option("properties()");
+    if (!TakeParenthesised(&text)) return incorrect_option("properties()");
     properties->clear();
     std::replace(text.begin(), text.end(), '"', ' ');
     for (size_t at = 0; (at = text.find_first_not_of(' ', at)) != text.npos;) {

@@ -22,7 +22,9 @@
 #include "core/print.h"
 #include "core/program.h"
 #include "core/return_codes.h"
+#include "core/scanner.h"
 #include "core/session.h"
+#include "core/words.h"
 #include "frontend/frontend.h"
 
 namespace korva {
@@ -91,6 +93,7 @@ struct Echo {
     void end_line() {
         if (!on) return;
         print();
+        const LevelGuard level(kLevelInput);
         out_newline();
     }
 
@@ -199,6 +202,7 @@ bool take_bytes(LineReader* reader, LineState* state, const char* bytes, int n, 
     state->column += n;
     state->echo.add(bytes, n);
     if (is_text) return append(state, bytes, n);
+    state->after_blank = false;
     return true;
 }
 
@@ -409,25 +413,21 @@ struct Directive {
     std::string_view rest;
 };
 
-std::string_view without_blanks(std::string_view text) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    return text;
-}
-
 bool is_directive(Directive* directive) {
-    const std::string_view line = without_blanks(session.ConsoleBuffer);
+    const std::string_view line = TrimBlanks(session.ConsoleBuffer);
     if (!line.starts_with('#')) return false;
-    const std::string_view text = without_blanks(line.substr(1));
+    const std::string_view text = TrimBlanks(line.substr(1));
     size_t n = 0;
     while (n < text.size() && std::isalpha(uint8_t(text[n]))) n++;
     directive->word = text.substr(0, n);
-    directive->rest = without_blanks(text.substr(n));
+    directive->rest = TrimBlanks(text.substr(n));
     return true;
 }
 
 void set_delimiter(std::string_view rest) {
-    session.DelimiterMode = rest.substr(0, rest.find(' ')) == "cr" ? 0 : 1;
+    size_t n = 0;
+    while (n < rest.size() && !GeneralSeparators.has[uint8_t(rest[n])]) n++;
+    session.DelimiterMode = rest.substr(0, n) == "cr" ? 0 : 1;
     const LevelGuard level(kLevelText);
     out_text("delimiter now ");
     out_text(session.DelimiterMode == 0 ? "cr" : ";");
@@ -443,7 +443,7 @@ int take_count(std::string_view* text, int otherwise) {
         digits++;
     }
     if (digits == 0) return otherwise;
-    *text = without_blanks(text->substr(digits));
+    *text = TrimBlanks(text->substr(digits));
     return value;
 }
 

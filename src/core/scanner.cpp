@@ -6,6 +6,7 @@
 #include "core/poll.h"
 #include "core/return_codes.h"
 #include "core/session.h"
+#include "core/words.h"
 
 namespace korva {
 
@@ -152,6 +153,21 @@ ReturnCode ParseFileName(char* buffer) {
     }
     std::memcpy(buffer, name, bytes + 1);
     return 0;
+}
+
+bool TakeParenthesised(std::string* text) {
+    char* open = SkipBlanks(ScanRest());
+    if (*open != '(') return false;
+    int depth = 0;
+    char* close = open;
+    for (; *close != 0; close++) {
+        if (*close == '(') depth++;
+        if (*close == ')' && --depth == 0) break;
+    }
+    if (*close == 0) return false;
+    text->assign(open + 1, close);
+    SetScanPointer(close + 1);
+    return true;
 }
 
 }  // namespace korva

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "core/types.h"
@@ -61,6 +62,10 @@ ReturnCode ExpectEnd(char c);
 // One token with FileSeparators into buffer[kMaxFileNameBytes + 1]; a quoted name loses its quotes.
 // An empty name, or one that begins at `,` or `)`, is 7197's words and code.
 ReturnCode ParseFileName(char* buffer);
+
+// The text between the parentheses at the scanner, inner pairs kept, into *text. False, with
+// nothing taken: there are none, or they do not close.
+bool TakeParenthesised(std::string* text);
 
 inline bool TokenIs(std::string_view text) {
     return text == scanner.TokenBuffer;

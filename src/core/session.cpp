@@ -10,6 +10,7 @@
 #include "core/ado_path.h"
 #include "core/control.h"
 #include "core/macro.h"
+#include "core/names.h"
 #include "core/poll.h"
 #include "core/print.h"
 #include "core/program.h"
@@ -19,6 +20,7 @@
 #include "core/settings.h"
 #include "core/startup.h"
 #include "core/trace.h"
+#include "core/words.h"
 #include "frontend/frontend.h"
 
 namespace korva {
@@ -71,20 +73,11 @@ bool read_source_line(bool fromFile) {
     return !(session.InputEnded && session.ConsoleBuffer[0] == 0);
 }
 
-char* skip_blanks(char* p) {
-    while (*p == ' ') p++;
-    return p;
-}
-
 // Length of the word at p, up to a blank or punctuation.
 size_t word_length(const char* p) {
     size_t n = 0;
     while (!GeneralSeparators.has[uint8_t(p[n])] && p[n] != 0) n++;
     return n;
-}
-
-bool abbreviates(std::string_view word, std::string_view name, size_t minimum) {
-    return word.size() >= minimum && name.starts_with(word);
 }
 
 // True if the line's first command, behind capture, noisily and quietly, is a loop: the loop
@@ -95,13 +88,13 @@ bool is_loop_line(const char* line) {
         while (*p == ' ' || *p == ':') p++;
         const std::string_view word(p, word_length(p));
         if (word.empty()) return false;
-        if (abbreviates(word, "capture", 3) || abbreviates(word, "noisily", 1) ||
-            abbreviates(word, "quietly", 1)) {
+        if (MatchAbbreviation(word, "capture", 3) || MatchAbbreviation(word, "noisily", 1) ||
+            MatchAbbreviation(word, "quietly", 1)) {
             p += word.size();
             continue;
         }
-        return word == "foreach" || abbreviates(word, "forvalues", 4) ||
-               abbreviates(word, "while", 2);
+        return word == "foreach" || MatchAbbreviation(word, "forvalues", 4) ||
+               MatchAbbreviation(word, "while", 2);
     }
 }
 
@@ -209,7 +202,7 @@ int ReadNextLine(bool fromFile) {
         const bool got = fromFile && session.InProgram ? read_program_line()
                                                        : read_source_line(fromFile);
         if (!got) return 1;
-        char* start = skip_blanks(session.ConsoleBuffer);
+        char* start = SkipBlanks(session.ConsoleBuffer);
         if (*start == 0 || *start == '*') {
             if (session.BreakFlag) return 1;
             continue;

@@ -202,11 +202,9 @@ void print_notes() {
     std::snprintf(text, sizeof text, "(/m# option or -set memory-) %.2f MB allocated to data",
                   double(settings.memory) / (1024.0 * 1024.0));
     number(text);
-    if (startup_options.maxvar != 0 || settings.maxvar != kDefaultMaxvar) {
-        std::snprintf(text, sizeof text, "(/v# option or -set maxvar-) %d maximum variables",
-                      settings.maxvar);
-        number(text);
-    }
+    std::snprintf(text, sizeof text, "(/v# option or -set maxvar-) %d maximum variables",
+                  settings.maxvar);
+    number(text);
     if (session.BatchMode) number("Korva running in batch mode");
 }
 

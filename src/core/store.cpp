@@ -218,14 +218,6 @@ StoreRecord* StorePutText(std::string_view name, int32_t type, std::string_view 
     return record;
 }
 
-StoreRecord* StoreReserve(std::string_view name, int32_t type, uint32_t length,
-                          uint32_t user_word) {
-    StoreRecord* old = nullptr;
-    StoreRecord* record = reserve(cut_name(name), type, length, user_word, &old);
-    StoreDelete(old);
-    return record;
-}
-
 StoreRecord* StoreFind(std::string_view name, int32_t type) {
     name = cut_name(name);
     return find(name, hash_name(name), type);

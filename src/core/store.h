@@ -88,10 +88,6 @@ StoreRecord* StorePut(std::string_view name, int32_t type, const void* bytes, ui
 StoreRecord* StorePutText(std::string_view name, int32_t type, std::string_view text,
                           uint32_t user_word = 0);
 
-// The same without filling the payload.
-StoreRecord* StoreReserve(std::string_view name, int32_t type, uint32_t length,
-                          uint32_t user_word = 0);
-
 // The record of (name, kind), or null.
 StoreRecord* StoreFind(std::string_view name, int32_t type);
 

@@ -5,7 +5,6 @@
 // directory apart. What a level made is what the counters passed since it began.
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "core/ado_path.h"
 #include "core/alloc.h"
 #include "core/commands.h"
 #include "core/macro.h"
@@ -65,17 +65,12 @@ std::string file_path(int session_number, int32_t count) {
            kFileExtension;
 }
 
-bool is_directory(const char* path) {
-    struct stat status;
-    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 // The first of the candidates that is a directory and short enough.
 void find_directory() {
     const char* candidates[] = {std::getenv("KORVATMP"), std::getenv("TEMP"), std::getenv("TMPDIR"),
                                 platform::kDefaultTempDirectory};
     for (const char* candidate : candidates) {
-        if (candidate == nullptr || *candidate == 0 || !is_directory(candidate)) continue;
+        if (candidate == nullptr || *candidate == 0 || !DirectoryExists(candidate)) continue;
         std::string path = candidate;
         while (path.ends_with('/')) path.pop_back();
         if (path.size() + 1 + kFileNameBytes > kMaxFileNameBytes) continue;

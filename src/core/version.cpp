@@ -53,19 +53,6 @@ ReturnCode cannot_run(int32_t version) {
     return 9;
 }
 
-// The text between the parentheses at the scanner; false: there are none.
-bool take_parenthesised(std::string* text) {
-    char* open = ScanRest();
-    while (*open == ' ') open++;
-    if (*open != '(') return false;
-    char* close = open;
-    while (*close && *close != ')') close++;
-    if (!*close) return false;
-    text->assign(open + 1, close);
-    SetScanPointer(close + 1);
-    return true;
-}
-
 // "dd Mon yyyy" as year, month and day in one number that orders as the dates do; 0: no date.
 int date_number(const std::string& text) {
     int day = 0, year = 0, used = 0;
@@ -87,7 +74,7 @@ int date_number(const std::string& text) {
 
 ReturnCode check_born() {
     std::string text;
-    if (!take_parenthesised(&text)) {
+    if (!TakeParenthesised(&text)) {
         out_error("option born() incorrectly specified\n");
         return 198;
     }

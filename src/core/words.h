@@ -20,6 +20,17 @@ std::vector<std::string_view> SplitWords(std::string_view text);
 // Appends the word to a list, with a blank between, in the quotes that it needs to stay one word.
 void AppendWord(std::string* list, std::string_view word);
 
+// The text without the blanks at its ends.
 std::string_view TrimBlanks(std::string_view text);
+
+// The first byte at or behind p that is no blank; the NUL if there is none.
+inline char* SkipBlanks(char* p) {
+    while (*p == ' ') p++;
+    return p;
+}
+inline const char* SkipBlanks(const char* p) {
+    while (*p == ' ') p++;
+    return p;
+}
 
 }  // namespace korva

@@ -102,6 +102,16 @@ class BadInput(unittest.TestCase):
         self.assertEqual(output.count("(error occurred while loading breaks.ado)"), 2)
         self.assertIn("ado-file has commands outside of program define ... end", output)
 
+    def test_words_and_paths_that_an_ado_file_hardly_fits(self):
+        cut = "c" * 32  # what a longer word leaves as the command word
+        output = self.session(
+            ["global S_ADO `\"q\"q;BASE\"'", "quoted", cut + "d", cut],
+            {'q"q/quoted.ado': 'program quoted\ndisplay "in " "quotes"\nend\n',
+             f'q"q/{cut}.ado': f'program {cut}\ndisplay "32 " "letters"\nend\n'})
+        self.assertIn("\nin quotes\n", output)
+        self.assertEqual(output.count("\n32 letters\n"), 1)
+        self.assertIn(f"\nunrecognized command:  {cut} invalid command name\n", output)
+
     def test_the_end_of_input_inside_a_block_or_program(self):
         for lines in (["if 1 {"], ["program x"], ["while 1 {"], ["capture {", "if 0 {"]):
             with Sandbox(BUILD) as box:

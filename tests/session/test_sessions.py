@@ -181,6 +181,16 @@ class SameResults(unittest.TestCase):
                 self.assertEqual(run.returncode, status)
                 self.assertIn(b"42", (box.work / f"{name}.log").read_bytes())
 
+    def test_notes_of_the_start(self):
+        notes = ["Notes:", "      1.  (/m# option or -set memory-) 2.00 MB allocated to data",
+                 "      2.  (/v# option or -set maxvar-) 5000 maximum variables"]
+        with Sandbox(BUILD) as box:
+            self.assertIn("\n".join(notes) + "\n\n. display 1",
+                          self.run_korva(box, ["/m2", "display", "1"]).stdout)
+            self.run_korva(box, ["/b", "/k2048", "display", "1"])
+            notes.append("      3.  Korva running in batch mode\n")
+            self.assertIn("\n".join(notes), (box.work / "korva.log").read_text())
+
     def test_typed_in_a_terminal(self):
         lines = ["set obs 3", "generate x = _n", "list", "display x[2]", "capture nosuch",
                  "display _rc", "{", "display 1", "}"]

@@ -46,3 +46,8 @@ n quietly noisily capture n display "all"
 cap n error 3
 cap error 3
 display _rc
+* What is echoed in a quiet block keeps its line ends.
+quietly {
+display "hidden"
+noisily display "shown"
+}

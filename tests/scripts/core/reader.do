@@ -19,3 +19,6 @@ display "back"
 do data/delimited a "b c"
 * Its delimiter ended with it; its last line, without an end, was dropped.
 display "back in the caller"
+* The word ends at the semicolon, in either mode.
+#delimit cr;
+display "still at line ends"
