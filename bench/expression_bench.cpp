@@ -179,7 +179,7 @@ int main() {
         undo_new_variables(w - 1);
         run(CmdGenerate, "str8 t = upper(s)");
     });
-    timed("generate str8 upper(s)", 3.0, plain_texts, texts);
+    timed("generate str8 upper(s)", 2.5, plain_texts, texts);
 
     ExpressionValue value;
     const double evaluated = fastest(kRuns, [&] {

@@ -14,6 +14,8 @@
 #include <cstring>
 #include <limits>
 
+#include "data/short_text.h"
+
 namespace korva {
 
 namespace {
@@ -233,6 +235,77 @@ inline void for_each_cell(int var, int obs, int n, Work&& work) {
     }
 }
 
+// The same for the n > 0 observations obs + place[i], whose places rise.
+template <typename Work>
+inline void for_each_cell_at(int var, int obs, const uint16_t* place, int n, Work&& work) {
+    const uint64_t pitch = uint64_t(uint32_t(dataset.lrecl));
+    const uint32_t* slot = dataset.slot + (obs - 1);
+    uint8_t* column = dataset.rows + dataset.offsets[var - 1];
+    const int first = place[0];
+    if (rows_follow(slot + first, place[n - 1] - first + 1)) {
+        uint8_t* cells = column + uint64_t(slot[first]) * pitch;
+        for (int i = 0; i < n; i++) {
+            uint8_t* cell = cells + uint64_t(place[i] - first) * pitch;
+            __builtin_prefetch(cell + kAhead * pitch);
+            work(cell, i);
+        }
+    } else {
+        for (int i = 0; i < n; i++) work(column + uint64_t(slot[place[i]]) * pitch, i);
+    }
+}
+
+// Calls work.operator()<width>() for a width of 1 to 8 bytes.
+template <typename Work>
+inline void with_narrow_width(int width, Work&& work) {
+    switch (width) {
+    case 1: work.template operator()<1>(); break;
+    case 2: work.template operator()<2>(); break;
+    case 3: work.template operator()<3>(); break;
+    case 4: work.template operator()<4>(); break;
+    case 5: work.template operator()<5>(); break;
+    case 6: work.template operator()<6>(); break;
+    case 7: work.template operator()<7>(); break;
+    case 8: work.template operator()<8>(); break;
+    default: break;
+    }
+}
+
+// The word with NULs from its first NUL on. No branch depends on the text.
+inline uint64_t padded_word(uint64_t word) {
+    const uint64_t nuls = nul_bytes(word);
+    return word & (((nuls & -nuls) >> 7) - 1);  // without a NUL, 0 - 1: all bytes
+}
+
+// Pads n strings of the width with NULs behind their first, word by word.
+void pad_texts(int width, uint8_t* cell, int n, size_t pitch) {
+    if (width < kWordBytes) {
+        with_narrow_width(width, [&]<int bytes>() {
+            for (int i = 0; i < n; i++, cell += pitch) {
+                uint64_t word = 0;
+                std::memcpy(&word, cell, bytes);
+                word = padded_word(word);
+                std::memcpy(cell, &word, bytes);
+            }
+        });
+        return;
+    }
+    // The last word overlaps the one before it, whose bytes it takes from there: to read again what
+    // was just stored at another address would wait for the store.
+    const int last = width - kWordBytes;
+    const int rest = width % kWordBytes;
+    for (int i = 0; i < n; i++, cell += pitch) {
+        const uint64_t tail = load<uint64_t>(cell + last);
+        uint64_t in_text = ~uint64_t(0), padded = 0;
+        for (int at = 0; at <= last; at += kWordBytes) {
+            const uint64_t word = load<uint64_t>(cell + at);
+            padded = padded_word(word) & in_text;
+            store(cell + at, padded);
+            in_text = nul_bytes(word) ? 0 : in_text;
+        }
+        if (rest) store(cell + last, (padded >> (8 * rest)) | (padded_word(tail) & in_text));
+    }
+}
+
 }  // namespace
 
 double read_cell(StorageType type, const uint8_t* cell) {
@@ -286,26 +359,42 @@ void scatter(int var, int obs, int n, const double* values) {
 }
 
 void gather_at(int var, int obs, const uint16_t* place, int n, double* out) {
-    const uint64_t pitch = uint64_t(uint32_t(dataset.lrecl));
-    const uint32_t* slot = dataset.slot + (obs - 1);
-    const uint8_t* column = dataset.rows + dataset.offsets[var - 1];
+    if (n < 1) return;
     const bool numeric = with_numeric_type(dataset.types[var - 1], [&]<StorageType t>() {
-        for (int i = 0; i < n; i++) {
-            const uint8_t* cell = column + uint64_t(slot[place[i]]) * pitch;
-            __builtin_prefetch(cell + kAhead * pitch);
-            out[i] = read_as<t>(cell);
-        }
+        for_each_cell_at(var, obs, place, n,
+                         [out](const uint8_t* cell, int i) { out[i] = read_as<t>(cell); });
     });
     if (!numeric) std::fill_n(out, n, kSysMissing);
 }
 
 void scatter_at(int var, int obs, const uint16_t* place, int n, const double* values) {
-    const uint64_t pitch = uint64_t(uint32_t(dataset.lrecl));
-    const uint32_t* slot = dataset.slot + (obs - 1);
-    uint8_t* column = dataset.rows + dataset.offsets[var - 1];
+    if (n < 1) return;
     with_numeric_type(dataset.types[var - 1], [&]<StorageType t>() {
-        for (int i = 0; i < n; i++)
-            write_as<t>(column + uint64_t(slot[place[i]]) * pitch, values[i]);
+        for_each_cell_at(var, obs, place, n,
+                         [values](uint8_t* cell, int i) { write_as<t>(cell, values[i]); });
+    });
+}
+
+void gather_words(int var, int obs, const uint16_t* place, int n, uint64_t* words) {
+    if (n < 1) return;
+    with_narrow_width(dataset.types[var - 1], [&]<int width>() {
+        const auto read = [words](const uint8_t* cell, int i) {
+            words[i] = 0;
+            std::memcpy(words + i, cell, width);
+        };
+        if (place) {
+            for_each_cell_at(var, obs, place, n, read);
+        } else {
+            for_each_cell(var, obs, n, read);
+        }
+    });
+}
+
+void scatter_words(int var, int obs, int n, const uint64_t* words) {
+    if (n < 1) return;
+    with_narrow_width(dataset.types[var - 1], [&]<int width>() {
+        for_each_cell(var, obs, n,
+                      [words](uint8_t* cell, int i) { std::memcpy(cell, words + i, width); });
     });
 }
 
@@ -324,13 +413,7 @@ bool cell_is_sound(StorageType type, const uint8_t* cell) {
 }
 
 void make_cells_sound(StorageType type, uint8_t* cell, int n, size_t pitch) {
-    if (type_is_string(type)) {
-        for (int i = 0; i < n; i++, cell += pitch) {
-            const size_t used = strnlen(reinterpret_cast<char*>(cell), type);
-            std::memset(cell + used, 0, type - used);
-        }
-        return;
-    }
+    if (type_is_string(type)) return pad_texts(type, cell, n, pitch);
     with_numeric_type(type, [&]<StorageType t>() {
         for (int i = 0; i < n; i++, cell += pitch) store(cell, sound_bits<t>(cell));
     });

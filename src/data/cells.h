@@ -50,6 +50,13 @@ void scatter(int var, int obs, int n, const double* values);
 void gather_at(int var, int obs, const uint16_t* place, int n, double* out);
 void scatter_at(int var, int obs, const uint16_t* place, int n, const double* values);
 
+// Strings of a variable that is at most kWordBytes wide, each as a word whose lowest byte is the
+// first, zeros above: those of n cells from `obs` on, or at the places if there are any. The store
+// writes as many bytes of the word as the cell has.
+constexpr int kWordBytes = 8;
+void gather_words(int var, int obs, const uint16_t* place, int n, uint64_t* words);
+void scatter_words(int var, int obs, int n, const uint64_t* words);
+
 // True if the cell holds a number or a missing value that its type has: no NaN, no infinity, no
 // pattern among the missing values that stands for none, not the integer below the type's least.
 // A string is sound if only NULs follow its first NUL. The program stores no other cells and relies

@@ -42,11 +42,6 @@ void push_constant(BlockMachine* m, double x) {
     m->depth++;
 }
 
-// Lanes to work on: one when every operand is a constant.
-inline int lanes_of(const BlockMachine* m, bool constant) {
-    return constant ? 1 : m->n;
-}
-
 // Marks the lanes that the loop left infinite.
 void note_overflow(BlockMachine* m, double* out, bool constant) {
     m->overflowed = true;
@@ -80,23 +75,11 @@ KORVA_INTO_WIDE void arithmetic(BlockMachine* m, F f) {
     const NumberOperand left = m->numbers[d];
     const NumberOperand right = m->numbers[d + 1];
     double* out = m->own[d];
-    const double* a = left.x;
-    const double* b = right.x;
     const bool constant = left.constant && right.constant;
-    const int n = lanes_of(m, constant);
     uint64_t overflowed = 0;
-    if (left.constant == right.constant) {
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = arithmetic_lane(a[i], b[i], f, &overflowed);
-    } else if (right.constant) {
-        const double y = *b;
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = arithmetic_lane(a[i], y, f, &overflowed);
-    } else {
-        const double x = *a;
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = arithmetic_lane(x, b[i], f, &overflowed);
-    }
+    pair_lanes(left, right, lanes_of(m, constant), out, [f, &overflowed](double a, double b) {
+        return arithmetic_lane(a, b, f, &overflowed);
+    });
     if (overflowed) note_overflow(m, out, constant);
     set_result(m, d, constant);
 }
@@ -106,23 +89,8 @@ KORVA_INTO_WIDE void binary(BlockMachine* m, F f) {
     const int d = --m->depth - 1;
     const NumberOperand left = m->numbers[d];
     const NumberOperand right = m->numbers[d + 1];
-    double* out = m->own[d];
-    const double* a = left.x;
-    const double* b = right.x;
     const bool constant = left.constant && right.constant;
-    const int n = lanes_of(m, constant);
-    if (left.constant == right.constant) {
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = f(a[i], b[i]);
-    } else if (right.constant) {
-        const double y = *b;
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = f(a[i], y);
-    } else {
-        const double x = *a;
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = f(x, b[i]);
-    }
+    pair_lanes(left, right, lanes_of(m, constant), m->own[d], f);
     set_result(m, d, constant);
 }
 
@@ -259,6 +227,19 @@ KORVA_WIDE void block_numbers(const BlockMachine* m, double* out) {
     for (int i = 0; i < n; i++) {
         if (m->overflow[i]) out[i] = kSysMissing;
     }
+}
+
+KORVA_WIDE void block_marks(const BlockMachine* m, uint8_t* marks) {
+    const int n = m->n;
+    if (m->depth < 1 || m->numbers[0].constant) {
+        memset(marks, m->depth < 1 || *m->numbers[0].x != 0, size_t(n));
+    } else {
+        const double* x = m->numbers[0].x;
+        KORVA_LANES
+        for (int i = 0; i < n; i++) marks[i] = x[i] != 0;
+    }
+    if (!m->overflowed) return;
+    for (int i = 0; i < n; i++) marks[i] |= m->overflow[i];
 }
 
 void set_run_range(ExpressionRecord* record, bool restart) {

@@ -43,7 +43,7 @@ KORVA_INTO_WIDE void unary(BlockMachine* m, F f) {
     const NumberOperand operand = m->numbers[d];
     const double* x = operand.x;
     double* out = m->own[d];
-    const int n = operand.constant ? 1 : m->n;
+    const int n = lanes_of(m, operand.constant);
     KORVA_LANES
     for (int i = 0; i < n; i++) out[i] = f(x[i]);
     set_result(m, d, operand.constant);
@@ -61,23 +61,8 @@ KORVA_INTO_WIDE void two_arguments(BlockMachine* m, F f) {
     const int d = --m->depth - 1;
     const NumberOperand first = m->numbers[d + 1];
     const NumberOperand second = m->numbers[d];
-    const double* x = first.x;
-    const double* y = second.x;
-    double* out = m->own[d];
     const bool constant = first.constant && second.constant;
-    const int n = constant ? 1 : m->n;
-    if (first.constant == second.constant) {
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = f(x[i], y[i]);
-    } else if (second.constant) {
-        const double b = *y;
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = f(x[i], b);
-    } else {
-        const double a = *x;
-        KORVA_LANES
-        for (int i = 0; i < n; i++) out[i] = f(a, y[i]);
-    }
+    pair_lanes(first, second, lanes_of(m, constant), m->own[d], f);
     set_result(m, d, constant);
 }
 
@@ -116,6 +101,28 @@ KORVA_INTO_WIDE double modulus(double x, double y) {
     const double r = x - fast_floor(x / y) * y;
     const double positive = r < 0 ? r + y : r;
     return ((x < kSysMissing) & (y < kSysMissing) & (y > 0)) ? fitting(positive) : kSysMissing;
+}
+
+// True if modulus() of each x and a y of whole_modulus() is exact without a division: whole numbers
+// of a magnitude up to 2^31. Adding and taking away 1.5 * 2^52 rounds to a whole number.
+constexpr double kRounder = 0x1.8p52;
+KORVA_INTO_WIDE bool all_whole(const double* x, int n) {
+    uint64_t others = 0;
+    KORVA_LANES
+    for (int i = 0; i < n; i++) {
+        const bool whole = (std::fabs(x[i]) <= 0x1p31) & ((x[i] + kRounder) - kRounder == x[i]);
+        others |= uint64_t(!whole);
+    }
+    return others == 0;
+}
+
+// modulus(x, y) by the reciprocal of y. The rounded quotient is at most one beside the right one,
+// and all products and differences are exact, so the bits are those of modulus(); + 0.0 makes a
+// negative zero positive, as it is there.
+KORVA_INTO_WIDE double whole_modulus(double x, double y, double reciprocal) {
+    const double nearest = (x * reciprocal + kRounder) - kRounder;
+    const double r = x - nearest * y;
+    return r < 0 ? r + y : r + 0.0;
 }
 
 // First point of lo + step, lo + 2 step, ... that is not less than x; hi behind the last but one.
@@ -264,6 +271,16 @@ void op_GROUP(BlockMachine* m, const int16_t*) {
 // --- Of two or more ---
 
 KORVA_WIDE void op_MOD(BlockMachine* m, const int16_t*) {
+    const NumberOperand dividend = m->numbers[m->depth - 1];
+    const NumberOperand divisor = m->numbers[m->depth - 2];
+    const double by = *divisor.x;
+    if (divisor.constant && !dividend.constant && by >= 1 && by <= 0x1p31 && by == std::floor(by) &&
+        all_whole(dividend.x, m->n)) {
+        const double reciprocal = 1 / by;
+        two_arguments(
+            m, [by, reciprocal](double x, double) { return whole_modulus(x, by, reciprocal); });
+        return;
+    }
     two_arguments(m, [](double x, double y) { return modulus(x, y); });
 }
 

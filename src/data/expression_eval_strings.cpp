@@ -1,9 +1,7 @@
-// data/expression_eval_strings.cpp - functions of strings.
+// data/expression_eval_strings.cpp - string operands in and out, and functions of strings.
 //
-// A string operand is a pointer and a length for each lane: a cell of the dataset, a constant of
-// the pool, or the lane's own bytes in the machine's slot of that depth. A result that is part of
-// its operand only moves the pointer. Bytes of a deeper slot never outlive the instruction that
-// took it off the stack.
+// Variables of a few bytes are read into words that lie side by side, so that a function that maps
+// bytes takes them all in one vector loop, and are stored from words.
 
 #include <algorithm>
 #include <array>
@@ -17,6 +15,7 @@
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/expression_machine.h"
+#include "data/expression_texts.h"
 #include "data/short_text.h"
 #include "data/skeleton.h"
 
@@ -24,74 +23,28 @@ namespace korva {
 
 namespace {
 
-constexpr int kNarrow = 8;               // bytes of cells that are handled as one word
 constexpr double kShortWhole = 9999999;  // whole numbers that %9.0g shows as they stand
 
 static_assert(kTextSlotBytes > kMaxStringBytes);
 
-// The strings on the top of the stack, `below` places under it.
-inline TextLane* text_operand(BlockMachine* m, int below) {
-    return m->texts[m->text_depth - 1 - below];
-}
-
-// Bytes that the lane of the slot owns.
-inline char* lane_bytes(BlockMachine* m, const TextLane* slot, int lane) {
-    return m->text_bytes[(slot - m->texts[0]) / kBlockObs][lane];
-}
-
-// Takes the number on the top of the stack; a constant has a single lane.
-NumberOperand pop_number(BlockMachine* m) {
-    return m->numbers[--m->depth];
-}
-inline double at(const NumberOperand& operand, int lane) {
-    return operand.x[operand.constant ? 0 : lane];
-}
-
-// A buffer in which a result is put together before it goes to the lane's bytes, which may hold an
-// operand.
-struct TextBuilder {
-    char bytes[kMaxStringBytes];
-    int length = 0;
-    void add(std::string_view text) {
-        const int room = std::min(int(text.size()), kMaxStringBytes - length);
-        memcpy(bytes + length, text.data(), size_t(room));
-        length += room;
-    }
-    TextLane put(char* to) const {
-        memcpy(to, bytes, size_t(length));
-        return {to, length};
-    }
-};
-
-// True if eight bytes from `text` on are the machine's own: a slot is followed by another or by
-// padding.
+// True if eight bytes from `text` on are the machine's own: words are followed by slots, and these
+// by padding.
 bool is_computed(const BlockMachine* m, const char* text) {
-    const char* begin = m->text_bytes[0][0];
-    return text >= begin && text < begin + sizeof m->text_bytes;
+    static_assert(offsetof(BlockMachine, text_bytes) ==
+                  offsetof(BlockMachine, words) + sizeof m->words);
+    const char* begin = reinterpret_cast<const char*>(m->words);
+    return text >= begin && text < m->text_padding;
 }
 
-constexpr bool is_lower(char c) {
-    return c >= 'a' && c <= 'z';
-}
-constexpr bool is_upper(char c) {
-    return c >= 'A' && c <= 'Z';
-}
-constexpr char lower_of(char c) {
-    return is_upper(c) ? char(c + 32) : c;
-}
-constexpr char upper_of(char c) {
-    return is_lower(c) ? char(c - 32) : c;
-}
-
-// Pushes f(text) as a number for each lane of the top string.
-template <class F>
-void number_of_text(BlockMachine* m, F f) {
-    const TextLane* s = text_operand(m, 0);
-    double* out = m->own[m->depth];
-    for (int i = 0; i < m->n; i++) out[i] = f(s[i].view());
-    m->text_depth--;
-    set_result(m, m->depth, false);
-    m->depth++;
+// True if each lane of the slot begins where its own word does.
+bool lies_in_words(const BlockMachine* m, const TextLane* slot) {
+    const uint64_t* words = m->words[(slot - m->texts[0]) / kBlockObs];
+    uint64_t differences = 0;
+    for (int i = 0; i < m->n; i++) {
+        differences |= reinterpret_cast<uintptr_t>(slot[i].text) ^
+                       reinterpret_cast<uintptr_t>(words + i);
+    }
+    return differences == 0;
 }
 
 // Pushes f(first, second); the first argument is on the top.
@@ -117,6 +70,12 @@ void text_relation(BlockMachine* m, F holds) {
 template <class F>
 void map_bytes(BlockMachine* m, F f) {
     TextLane* s = text_operand(m, 0);
+    if (lies_in_words(m, s)) {
+        char* bytes = reinterpret_cast<char*>(m->words[m->text_depth - 1]);
+        const int n_bytes = kWordBytes * m->n;  // read once: the stores could change m->n
+        for (int k = 0; k < n_bytes; k++) bytes[k] = f(bytes[k]);
+        return;
+    }
     for (int i = 0; i < m->n; i++) {
         char* to = lane_bytes(m, s, i);
         if (to != s[i].text) copy_short(to, s[i].text, s[i].length);
@@ -129,18 +88,6 @@ void map_bytes(BlockMachine* m, F f) {
     }
 }
 
-inline void trim_left(TextLane* s) {
-    while (s->length > 0 && *s->text == ' ') s->text++, s->length--;
-}
-inline void trim_right(TextLane* s) {
-    while (s->length > 0 && s->text[s->length - 1] == ' ') s->length--;
-}
-
-// A count from a number: truncated, and held within the lengths that matter.
-int count_of(double x) {
-    return int(std::clamp(x, -1000.0, 1000.0));
-}
-
 // substr(): 1-based; from the end if negative; a missing length is all the rest.
 TextLane substring(TextLane s, double from, double count) {
     if (!(from < kSysMissing)) return {s.text, 0};
@@ -150,92 +97,6 @@ TextLane substring(TextLane s, double from, double count) {
     const int rest = s.length - start + 1;
     const int take = count < kSysMissing ? std::clamp(count_of(count), 0, rest) : rest;
     return {s.text + start - 1, take};
-}
-
-// The next blank-separated word of *rest, which moves behind it; empty at the end.
-std::string_view next_word(std::string_view* rest) {
-    const size_t start = rest->find_first_not_of(' ');
-    if (start == std::string_view::npos) return {};
-    rest->remove_prefix(start);
-    const std::string_view word = rest->substr(0, rest->find(' '));
-    rest->remove_prefix(word.size());
-    return word;
-}
-
-int count_words(std::string_view text) {
-    int n = 0;
-    while (!next_word(&text).empty()) n++;
-    return n;
-}
-
-// The nth word, from the end if n is negative.
-std::string_view nth_word(std::string_view text, double n) {
-    if (!(n < kSysMissing)) return {};
-    int wanted = count_of(n);
-    if (wanted < 0) wanted += count_words(text) + 1;
-    if (wanted < 1) return {};
-    std::string_view word;
-    while (wanted-- > 0) {
-        word = next_word(&text);
-        if (word.empty()) return {};
-    }
-    return word;
-}
-
-bool is_whole_word(std::string_view text, size_t at_byte, size_t length) {
-    const size_t end = at_byte + length;
-    return (at_byte == 0 || text[at_byte - 1] == ' ') && (end == text.size() || text[end] == ' ');
-}
-
-// `text` with the first n of `from` replaced; n missing: all.
-void replace_in(std::string_view text, std::string_view from, std::string_view to, double n,
-                bool whole_words, TextBuilder* out) {
-    int left = n < kSysMissing ? count_of(n) : kMaxStringBytes;
-    size_t done = 0;
-    size_t found = from.empty() ? std::string_view::npos : text.find(from);
-    while (found != std::string_view::npos && left > 0) {
-        if (whole_words && !is_whole_word(text, found, from.size())) {
-            found = text.find(from, found + 1);
-            continue;
-        }
-        out->add(text.substr(done, found - done));
-        out->add(to);
-        done = found + from.size();
-        found = text.find(from, done);
-        left--;
-    }
-    out->add(text.substr(done));
-}
-
-void replace_lanes(BlockMachine* m, bool whole_words) {
-    const TextLane* s = text_operand(m, 0);
-    const TextLane* from = text_operand(m, 1);
-    TextLane* to = text_operand(m, 2);
-    const NumberOperand n = pop_number(m);
-    for (int i = 0; i < m->n; i++) {
-        TextBuilder out;
-        replace_in(s[i].view(), from[i].view(), to[i].view(), at(n, i), whole_words, &out);
-        to[i] = out.put(lane_bytes(m, to, i));
-    }
-    m->text_depth -= 2;
-}
-
-// The plural of `word`: with "+x" x is added, with "-x" a final x goes, any other text stands for
-// it.
-void pluralize(std::string_view word, std::string_view change, TextBuilder* out) {
-    if (change.starts_with('+')) {
-        out->add(word);
-        out->add(change.substr(1));
-    } else if (change.starts_with('-')) {
-        const std::string_view ending = change.substr(1);
-        out->add(word.ends_with(ending) ? word.substr(0, word.size() - ending.size()) : word);
-    } else {
-        out->add(change);
-    }
-}
-
-bool is_one(double x) {
-    return x == 1 || x == -1;
 }
 
 // string(x): %9.0g shows a short whole number as it stands.
@@ -278,14 +139,42 @@ TextLane* take_texts(BlockMachine* m, int k, const TextLane** s) {
 
 // The text in the lane's own bytes, if they are bytes of another slot.
 void keep_lane(BlockMachine* m, TextLane* slot, int lane, TextLane value) {
-    const char* begin = m->text_bytes[0][0];
-    const char* end = begin + sizeof m->text_bytes;
-    if (value.text >= begin && value.text < end) {
+    if (is_computed(m, value.text)) {
         char* to = lane_bytes(m, slot, lane);
         memmove(to, value.text, size_t(value.length));
         value.text = to;
     }
     slot[lane] = value;
+}
+
+// Pushes a variable of at most kWordBytes bytes; observations that do not exist are empty.
+void push_words(BlockMachine* m, int var) {
+    TextLane* out = m->texts[m->text_depth];
+    uint64_t* words = m->words[m->text_depth++];
+    const int present = m->index ? m->n : std::clamp(dataset.nobs - m->obs + 1, 0, m->n);
+    gather_words(var, m->obs, m->index, present, words);
+    std::fill(words + present, words + m->n, uint64_t(0));
+    for (int i = 0; i < m->n; i++) {
+        out[i] = {reinterpret_cast<const char*>(words + i), narrow_length(words[i])};
+    }
+}
+
+// store_texts() into a variable of at most kWordBytes bytes.
+void store_words(const BlockMachine* m, int var, int obs, int n, const TextLane* values) {
+    const int width = type_width(dataset.types[var - 1]);
+    uint64_t words[kBlockObs];
+    for (int i = 0; i < n; i++) {
+        const int length = std::min(values[i].length, width);
+        uint64_t word = 0;
+        if (is_computed(m, values[i].text)) {
+            memcpy(&word, values[i].text, sizeof word);
+            word = keep_bytes(word, length);
+        } else {
+            memcpy(&word, values[i].text, size_t(length));
+        }
+        words[i] = word;
+    }
+    scatter_words(var, obs, n, words);
 }
 
 constexpr auto kByteTexts = [] {
@@ -311,15 +200,10 @@ void keep_block_texts(BlockMachine* m) {
 
 void store_texts(const BlockMachine* m, int var, int obs, int n, const TextLane* values) {
     const int width = type_width(dataset.types[var - 1]);
+    if (width <= kWordBytes) return store_words(m, var, obs, n, values);
     for (int i = 0; i < n; i++) {
         char* cell = reinterpret_cast<char*>(rawcell(var, obs + i));
         const int length = std::min(values[i].length, width);
-        if (width <= kNarrow && is_computed(m, values[i].text)) {
-            uint64_t word;
-            memcpy(&word, values[i].text, sizeof word);
-            store_narrow(cell, keep_bytes(word, length), width);
-            continue;
-        }
         copy_short(cell, values[i].text, length);
         clear_short(cell + length, width - length);
     }
@@ -334,19 +218,12 @@ void op_TEXT(BlockMachine* m, const int16_t* operand) {
 void op_VARIABLE_S(BlockMachine* m, const int16_t* operand) {
     const int var = operand[0];
     const int width = type_width(dataset.types[var - 1]);
+    if (width <= kWordBytes) return push_words(m, var);
     TextLane* out = m->texts[m->text_depth++];
     for (int i = 0; i < m->n; i++) {
         const int obs = lane_obs(m, i);
         if (obs > dataset.nobs) {
             out[i] = {"", 0};
-            continue;
-        }
-        if (width <= kNarrow) {
-            const char* narrow = reinterpret_cast<const char*>(rawcell(var, obs));
-            const uint64_t word = load_narrow(narrow, width);
-            char* to = lane_bytes(m, out, i);
-            memcpy(to, &word, sizeof word);
-            out[i] = {to, narrow_length(word)};
             continue;
         }
         const char* cell = reinterpret_cast<const char*>(rawcell(var, obs));
@@ -400,10 +277,6 @@ void op_REAL(BlockMachine* m, const int16_t*) {
         double value;
         return parse_number(lane.view(), &value) ? value : kSysMissing;
     });
-}
-
-void op_WORDCOUNT(BlockMachine* m, const int16_t*) {
-    number_of_text(m, [](std::string_view s) { return double(count_words(s)); });
 }
 
 void op_STRPOS(BlockMachine* m, const int16_t*) {
@@ -493,46 +366,12 @@ void op_TRIM(BlockMachine* m, const int16_t*) {
     op_RTRIM(m, nullptr);
 }
 
-// Runs of blanks between words become one; those at the ends stay.
-void op_ITRIM(BlockMachine* m, const int16_t*) {
-    TextLane* s = text_operand(m, 0);
-    for (int i = 0; i < m->n; i++) {
-        TextLane inner = s[i];
-        trim_left(&inner);
-        trim_right(&inner);
-        const int head = int(inner.text - s[i].text);
-        char* to = lane_bytes(m, s, i);
-        int length = 0;
-        for (int k = 0; k < s[i].length; k++) {
-            const bool inside = k > head && k < head + inner.length;
-            if (inside && s[i].text[k] == ' ' && to[length - 1] == ' ') continue;
-            to[length++] = s[i].text[k];
-        }
-        s[i] = {to, length};
-    }
-}
-
 void op_REVERSE(BlockMachine* m, const int16_t*) {
     TextLane* s = text_operand(m, 0);
     for (int i = 0; i < m->n; i++) {
         char* to = lane_bytes(m, s, i);
         memmove(to, s[i].text, size_t(s[i].length));
         std::reverse(to, to + s[i].length);
-        s[i].text = to;
-    }
-}
-
-// A letter behind another letter is lower case, any other letter upper case.
-void op_PROPER(BlockMachine* m, const int16_t*) {
-    TextLane* s = text_operand(m, 0);
-    for (int i = 0; i < m->n; i++) {
-        char* to = lane_bytes(m, s, i);
-        bool behind_letter = false;
-        for (int k = 0; k < s[i].length; k++) {
-            const char c = s[i].text[k];
-            to[k] = behind_letter ? lower_of(c) : upper_of(c);
-            behind_letter = is_lower(c) || is_upper(c);
-        }
         s[i].text = to;
     }
 }
@@ -544,15 +383,6 @@ void op_CHAR(BlockMachine* m, const int16_t*) {
         const double code = std::trunc(at(x, i));
         const bool is_byte = code >= 1 && code <= 255;
         out[i] = {&kByteTexts[is_byte ? size_t(code) : 0], is_byte};
-    }
-}
-
-void op_WORD(BlockMachine* m, const int16_t*) {
-    const NumberOperand n = pop_number(m);
-    TextLane* s = text_operand(m, 0);
-    for (int i = 0; i < m->n; i++) {
-        const std::string_view word = nth_word(s[i].view(), at(n, i));
-        s[i] = word.empty() ? TextLane{"", 0} : TextLane{word.data(), int32_t(word.size())};
     }
 }
 
@@ -571,41 +401,6 @@ void op_ABBREV(BlockMachine* m, const int16_t*) {
         to[n - 1] = last;
         s[i] = {to, n};
     }
-}
-
-void op_SUBINSTR(BlockMachine* m, const int16_t*) {
-    replace_lanes(m, false);
-}
-void op_SUBINWORD(BlockMachine* m, const int16_t*) {
-    replace_lanes(m, true);
-}
-
-void op_PLURAL(BlockMachine* m, const int16_t*) {
-    const NumberOperand n = pop_number(m);
-    TextLane* s = text_operand(m, 0);
-    for (int i = 0; i < m->n; i++) {
-        if (is_one(at(n, i))) continue;
-        TextBuilder out;
-        out.add(s[i].view());
-        out.add("s");
-        s[i] = out.put(lane_bytes(m, s, i));
-    }
-}
-
-void op_PLURAL3(BlockMachine* m, const int16_t*) {
-    const NumberOperand n = pop_number(m);
-    const TextLane* s = text_operand(m, 0);
-    TextLane* change = text_operand(m, 1);
-    for (int i = 0; i < m->n; i++) {
-        TextBuilder out;
-        if (is_one(at(n, i))) {
-            out.add(s[i].view());
-        } else {
-            pluralize(s[i].view(), change[i].view(), &out);
-        }
-        change[i] = out.put(lane_bytes(m, change, i));
-    }
-    m->text_depth--;
 }
 
 void op_COND_S(BlockMachine* m, const int16_t* operand) {

@@ -82,6 +82,9 @@ struct BlockMachine {
     alignas(64) double gathered[kBlockObs];           // scratch of a gather that is then compacted
     alignas(64) double columns[kColumns][kBlockObs];  // variables of this block
     alignas(64) double own[kMaxNumbers][kBlockObs];   // results, by depth
+    // Strings of the machine's own, by depth: those of narrow variables close together, so that an
+    // instruction takes them as one run of bytes; then what instructions build.
+    alignas(64) uint64_t words[kMaxTexts][kBlockObs];
     alignas(64) char text_bytes[kMaxTexts][kBlockObs][kTextSlotBytes];
     char text_padding[8];  // a word read at any of them stays inside
 };
@@ -94,6 +97,9 @@ void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, con
 
 // The run's numbers, a lane each; NaN, infinity and overflow are `.`. A string result gives `.`.
 void block_numbers(const BlockMachine* m, double* out);
+
+// marks[i] = 1 where the run's number is not 0, which a missing one is not; else 0.
+void block_marks(const BlockMachine* m, uint8_t* marks);
 
 // The run's strings, n lanes; valid until the next run or a change of the data. A numeric result
 // gives empty ones.
@@ -120,6 +126,30 @@ inline int lane_obs(const BlockMachine* m, int lane) {
 
 // The number operand at depth d as n lanes: a constant is spread.
 const double* spread(BlockMachine* m, int d);
+
+// Lanes to work on: one when every operand is a constant.
+inline int lanes_of(const BlockMachine* m, bool constant) {
+    return constant ? 1 : m->n;
+}
+
+// out[i] = f(a, b) for n lanes of the operands; `out` may be the lanes of one of them.
+template <class F>
+KORVA_INTO_WIDE void pair_lanes(NumberOperand a, NumberOperand b, int n, double* out, F f) {
+    const double* x = a.x;
+    const double* y = b.x;
+    if (a.constant == b.constant) {
+        KORVA_LANES
+        for (int i = 0; i < n; i++) out[i] = f(x[i], y[i]);
+    } else if (b.constant) {
+        const double right = *y;
+        KORVA_LANES
+        for (int i = 0; i < n; i++) out[i] = f(x[i], right);
+    } else {
+        const double left = *x;
+        KORVA_LANES
+        for (int i = 0; i < n; i++) out[i] = f(left, y[i]);
+    }
+}
 
 // The operand at depth d is now in own[d].
 inline void set_result(BlockMachine* m, int d, bool constant) {

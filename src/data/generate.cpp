@@ -98,7 +98,7 @@ ReturnCode make_numbers(BlockMachine* m, const RowBlock& block) {
         block_numbers(m, lanes);
     }
     const double* values = spread_lanes(block, lanes, kSysMissing, whole);
-    int present = 0;
+    int64_t present = 0;  // as wide as a value, so that the loop vectorises
     for (int i = 0; i < block.n; i++) present += values[i] < kSysMissing;
     making.n_missing += block.n - present;
     scatter(making.var, block.obs, block.n, values);

@@ -27,6 +27,10 @@ struct RowBlock {
 // Fills the block: runs the `if` over observations obs .. obs + n - 1.
 void mark_block(BlockMachine* m, ExpressionRecord* condition, int obs, int n, RowBlock* block);
 
+// The marks of observations obs .. obs + n - 1, 1 where the condition, a number, holds; returns how
+// many do. The running sums go on from the call before.
+int mark_sample(ExpressionRecord* condition, int obs, int n, uint8_t* marks);
+
 // A variable at observations other than the one being written is read by an expression: then each
 // observation must be finished before the next one is worked on.
 inline int block_size_for(int var) {

@@ -51,41 +51,16 @@ inline void clear_short(char* to, int n) {
     }
 }
 
-// The first `width` bytes, 1 to 8, of a cell as a word, lowest byte first, zeros above. No branch
-// depends on the text.
-inline uint64_t load_narrow(const char* cell, int width) {
-    uint64_t word = 0;
-    switch (width) {
-    case 1: memcpy(&word, cell, 1); break;
-    case 2: memcpy(&word, cell, 2); break;
-    case 3: memcpy(&word, cell, 3); break;
-    case 4: memcpy(&word, cell, 4); break;
-    case 5: memcpy(&word, cell, 5); break;
-    case 6: memcpy(&word, cell, 6); break;
-    case 7: memcpy(&word, cell, 7); break;
-    default: memcpy(&word, cell, 8); break;
-    }
-    return word;
-}
-
-// The inverse: the first `width` bytes of the word.
-inline void store_narrow(char* cell, uint64_t word, int width) {
-    switch (width) {
-    case 1: memcpy(cell, &word, 1); break;
-    case 2: memcpy(cell, &word, 2); break;
-    case 3: memcpy(cell, &word, 3); break;
-    case 4: memcpy(cell, &word, 4); break;
-    case 5: memcpy(cell, &word, 5); break;
-    case 6: memcpy(cell, &word, 6); break;
-    case 7: memcpy(cell, &word, 7); break;
-    default: memcpy(cell, &word, 8); break;
-    }
+// The top bit of the word's first NUL, and none below it; 0 without a NUL. Bits above may be set
+// for other bytes.
+inline uint64_t nul_bytes(uint64_t word) {
+    constexpr uint64_t kOnes = 0x0101010101010101ULL, kTops = 0x8080808080808080ULL;
+    return (word - kOnes) & ~word & kTops;
 }
 
 // Bytes of the word in front of its first NUL.
 inline int narrow_length(uint64_t word) {
-    constexpr uint64_t kOnes = 0x0101010101010101ULL, kTops = 0x8080808080808080ULL;
-    const uint64_t zeros = (word - kOnes) & ~word & kTops;
+    const uint64_t zeros = nul_bytes(word);
     return zeros ? std::countr_zero(zeros) / 8 : 8;
 }
 
@@ -96,12 +71,11 @@ inline uint64_t keep_bytes(uint64_t word, int n) {
 
 // Bytes in front of the first NUL among `width`.
 inline int short_length(const char* cell, int width) {
-    constexpr uint64_t kOnes = 0x0101010101010101ULL, kTops = 0x8080808080808080ULL;
     int at = 0;
     for (; at + 8 <= width; at += 8) {
         uint64_t bytes;
         memcpy(&bytes, cell + at, 8);
-        const uint64_t zeros = (bytes - kOnes) & ~bytes & kTops;
+        const uint64_t zeros = nul_bytes(bytes);
         if (zeros) return at + std::countr_zero(zeros) / 8;
     }
     while (at < width && cell[at]) at++;

@@ -15,6 +15,7 @@
 #include "core/session.h"
 #include "core/upcalls.h"
 #include "data/by.h"
+#include "data/row_loop.h"
 
 namespace korva {
 
@@ -389,17 +390,9 @@ int sample_block(int obs, int n, uint8_t* marks) {
         std::memset(marks, 1, size_t(n));
         return n;
     }
+    if (if_expression.result_type == 0) return mark_sample(&if_expression, obs, n, marks);
     int count = 0;
-    if (if_expression.result_type != 0) {
-        for (int k = 0; k < n; k++) count += marks[k] = sample_has(obs + k);
-        return count;
-    }
-    double values[kBlockObs];
-    eval_block(&if_expression, obs, n, values);
-    for (int k = 0; k < n; k++) {
-        marks[k] = values[k] != 0;
-        count += marks[k];
-    }
+    for (int k = 0; k < n; k++) count += marks[k] = sample_has(obs + k);
     return count;
 }
 

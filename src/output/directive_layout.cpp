@@ -49,6 +49,22 @@ bool parse_field(DirectiveCall* call, int* columns) {
     return *columns >= 0 && *columns < 256 && finish_arguments(call) && call->has_text;
 }
 
+// Writes the text of `call` into its field, share(surplus) of the columns left over on the left.
+// False if its arguments are no field.
+template <class Share>
+bool write_in_field(OutputStream* s, DirectiveCall* call, Share share) {
+    int columns = 0;
+    if (!parse_field(call, &columns)) return false;
+    if (s->mode != kModeLine) {
+        render(s, call->text);
+        return true;
+    }
+    const int surplus = std::max(0, columns - measure_text(s, call->text));
+    const int left = share(surplus);
+    write_field(s, call->text, left, surplus - left);
+    return true;
+}
+
 }  // namespace
 
 bool dir_class(OutputStream* s, DirectiveCall* call) {
@@ -140,30 +156,14 @@ bool dir_center(OutputStream* s, DirectiveCall* call) {
         }
         return true;
     }
-    int columns = 0;
-    if (!parse_field(call, &columns)) return false;
-    if (s->mode != kModeLine) {
-        render(s, call->text);
-        return true;
-    }
-    const int surplus = std::max(0, columns - measure_text(s, call->text));
-    const int half = surplus / 2;
-    const int left = larger_left ? surplus - half : half;
-    write_field(s, call->text, left, surplus - left);
-    return true;
+    return write_in_field(s, call, [larger_left](int surplus) {
+        return larger_left ? surplus - surplus / 2 : surplus / 2;
+    });
 }
 
 bool dir_align(OutputStream* s, DirectiveCall* call) {
-    int columns = 0;
-    if (!parse_field(call, &columns)) return false;
-    if (s->mode != kModeLine) {
-        render(s, call->text);
-        return true;
-    }
-    const int surplus = std::max(0, columns - measure_text(s, call->text));
     const bool right = call->argument == 1;
-    write_field(s, call->text, right ? surplus : 0, right ? 0 : surplus);
-    return true;
+    return write_in_field(s, call, [right](int surplus) { return right ? surplus : 0; });
 }
 
 bool dir_dup(OutputStream* s, DirectiveCall* call) {

@@ -153,12 +153,6 @@ TEST_F(By, NothingMoreRunsWhenTheSessionIsLeft) {
     EXPECT_EQ(column("seen"), Column(10, 1));  // by the first call, over all observations
 }
 
-TEST_F(By, NestedByIsRefusedInItsOwnWords) {
-    EXPECT_EQ(run("by g: by g: count"), 198);
-    EXPECT_EQ(run("by g: bysort g: count"), 198);
-    EXPECT_EQ(run("by g: display 1"), 190);
-}
-
 // The macros of a program at the deepest level plus one would be records of another kind.
 TEST_F(By, NoMacrosBeyondTheDeepestLevel) {
     define("p", kByRecall, "display 1");

@@ -272,5 +272,22 @@ TEST(CellsFromOutside, WhatStandsForNoValueBecomesMissing) {
     expect_sound<uint8_t>(kOldByte, 0x80, true);  // a number there: it waits for a wider type
 }
 
+// Strings of every kind of width with their first NUL anywhere, junk behind it and a guard byte.
+TEST(CellsFromOutside, StringsArePaddedFromTheirFirstNul) {
+    for (int width : {1, 3, 7, 8, 9, 12, 15, 16, 17, 244}) {
+        for (int used = 0; used <= width; used++) {
+            std::string cell(size_t(width) + 1, '\x80'), expected = cell;
+            if (used < width) {
+                cell[size_t(used)] = 0;
+                std::fill(expected.begin() + used, expected.end() - 1, '\0');
+            }
+            std::string cells = cell + cell;
+            make_cells_sound(StorageType(width), reinterpret_cast<uint8_t*>(cells.data()), 2,
+                             cell.size());
+            ASSERT_EQ(cells, expected + expected) << width << " " << used;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace korva

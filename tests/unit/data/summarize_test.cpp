@@ -103,26 +103,5 @@ TEST_F(Summarize, ConditionsAndRangesThatCrossBlocks) {
     EXPECT_NEAR(r("sd"), std::sqrt(13534.0), 1e-12);
 }
 
-TEST_F(Summarize, OneValueHasNoVarianceAndAStringNoValues) {
-    fill(2, [](int obs) { return obs == 1 ? 0.1 : kSysMissing; });
-    ASSERT_EQ(run("x"), 0);
-    EXPECT_EQ(r("mean"), 0.1);
-    EXPECT_TRUE(is_missing(r("Var")));
-    EXPECT_TRUE(is_missing(r("sd")));
-    ASSERT_EQ(addvar("s", 3), 0);
-    ASSERT_EQ(run("x s"), 0);
-    EXPECT_EQ(r("N"), 0);
-}
-
-TEST_F(Summarize, WhatIsNotBuiltSaysSoAndLeavesTheResults) {
-    fill(3, [](int obs) { return double(obs); });
-    ASSERT_EQ(run("x"), 0);
-    EXPECT_EQ(run("x, detail"), 199);
-    EXPECT_EQ(run("x [fw=x]"), 199);
-    EXPECT_EQ(run("x [pw=x]"), 101);
-    EXPECT_EQ(run("x, nosuch"), 198);
-    EXPECT_EQ(r("mean"), 2);
-}
-
 }  // namespace
 }  // namespace korva
