@@ -1,7 +1,9 @@
 // core/ado_path.cpp - the ado-path, the system directories, and file names as typed.
 #include "core/ado_path.h"
 
+#include <pwd.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -105,11 +107,18 @@ bool take_hit(const std::string& path, int* occurrence, std::string* result) {
     return true;
 }
 
+// The user's home when no variable tells it; the root when nobody knows.
+std::string home_on_record() {
+    const passwd* entry = getpwuid(getuid());
+    return entry != nullptr && entry->pw_dir != nullptr ? entry->pw_dir : "/";
+}
+
 }  // namespace
 
 void StartDirectories(std::string_view installation) {
     std::string home = environment("USERPROFILE");
     if (home.empty()) home = environment(platform::kHomeVariable);
+    if (home.empty()) home = home_on_record();
     const std::string root = with_separator(std::string(installation));
     const std::string ado = with_separator(home) + "ado/";
     directories.korva = root;

@@ -75,6 +75,10 @@ struct Block {
         fail(kBreak);
         ClearBreak();  // it is taken; the reader would end the source for it
     }
+    // At the keyboard a break leaves the block at once: nobody will type its closing brace.
+    bool broken_at_keyboard() const {
+        return code == kBreak && session.CurrentReader == nullptr && !session.InProgram;
+    }
     // Runs the line in ConsoleBuffer; false: it unwound.
     bool run_line() {
         if (!RunLine()) {
@@ -137,6 +141,7 @@ void run_strict(Block* block) {
             return;
         }
         if (!block->run_line()) return;
+        if (block->broken_at_keyboard()) return;
     }
 }
 
@@ -180,6 +185,7 @@ void run_loose(Block* block) {
         }
         if (piece == "}") return;
         if (!run_piece(block, piece)) return;
+        if (block->broken_at_keyboard()) return;
     }
 }
 

@@ -17,6 +17,7 @@ struct MacroState {
     int32_t TempNameCounter = 0;  // of __000000
     int32_t TempFileCounter = 0;  // running count of temporary files, 1 to 1,544,000,000
     int32_t SessionNumber = -1;   // 0 to 998, claimed at start-up by the marker file; -1: none
+    int MarkerFd = -1;            // of the marker file, locked while the session lives
     char TempDirectory[kMaxFileNameBytes + 1] = {};  // without a final separator
 };
 extern MacroState macros;  // defined in core/macro.cpp

@@ -32,7 +32,8 @@ void handle_signal(int) {
     RaiseBreak();
 }
 
-constexpr int kBreakSignals[] = {SIGINT, SIGTERM, SIGABRT};
+// A terminal that hangs up breaks what runs; the read behind it then finds the end of the input.
+constexpr int kBreakSignals[] = {SIGINT, SIGTERM, SIGABRT, SIGHUP};
 
 // Holds the signals back for a scope.
 struct BlockedSignals {
@@ -120,6 +121,7 @@ void InstallBreakHandler() {
     sigemptyset(&action.sa_mask);
     for (int signal_number : kBreakSignals) sigaction(signal_number, &action, nullptr);
     signal(SIGPIPE, SIG_IGN);  // a reader of our output that has gone is a write error, not our end
+    signal(SIGXFSZ, SIG_IGN);  // so is a file that may not grow
 }
 
 }  // namespace korva

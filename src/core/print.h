@@ -53,6 +53,9 @@ int ResultsWidth();
 bool AttachResultsLog(int fd, bool markup);
 bool DetachResultsLog(int fd, bool markup);
 
+// False once a write to the attached log came up short: nothing more went to it from then on.
+bool ResultsLogIsWhole(int fd, bool markup);
+
 // The number formatter (output/number_format.cpp): the value as `format` shows it, with its
 // padding. The text stays valid until the next call; it is also what out_buffer() prints. An
 // invalid format counts as %9.0g.

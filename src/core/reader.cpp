@@ -153,6 +153,13 @@ int peek_byte(LineReader* reader, int ahead = 0) {
     return uint8_t(reader->buffer[reader->next + ahead]);
 }
 
+// Some editors put three bytes in front of a text that say nothing.
+void skip_byte_order_mark(LineReader* reader) {
+    if (peek_byte(reader) == 0xEF && peek_byte(reader, 1) == 0xBB && peek_byte(reader, 2) == 0xBF) {
+        reader->next += 3;
+    }
+}
+
 // Adds bytes to the line; false when it is too long.
 bool append(LineState* state, const char* bytes, int n) {
     if (state->length + n >= session.conslen) return false;
@@ -511,12 +518,15 @@ void cut_trailing_blanks() {
 ReturnCode OpenReader(LineReader* reader, const char* path) {
     std::snprintf(reader->name, sizeof reader->name, "%s", path);
     reader->fd = StressFails() ? -1 : open(path, O_RDONLY | O_CLOEXEC);
+    if (reader->fd < 0 && session.BreakFlag)
+        return kBreak;  // while it waited for a pipe's other end
     if (reader->fd < 0) return ReportFileError(errno == ENOENT ? 601 : 603, path);
     struct stat status;
     if (fstat(reader->fd, &status) != 0 || S_ISDIR(status.st_mode)) {
         CloseReader(reader);
         return ReportFileError(603, path);
     }
+    skip_byte_order_mark(reader);
     return 0;
 }
 

@@ -292,9 +292,9 @@ int SessionMain(int argc, char** argv) {
             frontend.ShowNote(nullptr);
         }
         SessionCleanup(0);
-        CloseBatchLog();
+        const bool logged = CloseBatchLog();
         frontend.PumpMessages();
-        return last == 0 ? 0 : 1;
+        return last == 0 && logged ? 0 : 1;
     }
     if (go_on) run_keyboard();
     SessionCleanup(0);

@@ -67,6 +67,11 @@ void record(const SettingRow& row, std::string_view value) {
     out_tmrk("({cmd:set " + std::string(row.name) + "} preference recorded)\n");
 }
 
+// 101 in words if `permanently` was given and the row is not recorded.
+ReturnCode check_permanent(const SettingRow& row, bool permanent) {
+    return permanent && row.key == nullptr ? ReportNotAllowed("option permanently") : 0;
+}
+
 // Ends a row's line: permanently, if it may be, then the record of the new value.
 ReturnCode finish(const SettingRow& row, bool permanent, std::string_view value) {
     if (row.changed != nullptr) row.changed();
@@ -84,6 +89,7 @@ ReturnCode set_number(const SettingRow& row) {
     }
     bool permanent;
     if (ReturnCode rc = take_permanently(&permanent)) return rc;
+    if (ReturnCode rc = check_permanent(row, permanent)) return rc;
     if (number < row.least || number > row.most) {
         out_errorf("%.*s must be between %ld and %ld\n", int(row.name.size()), row.name.data(),
                    long(row.least), long(row.most));
@@ -99,6 +105,7 @@ ReturnCode set_switch(const SettingRow& row) {
     if (!on && !TokenIs("off")) return ReportRequired("on or off");
     bool permanent;
     if (ReturnCode rc = take_permanently(&permanent)) return rc;
+    if (ReturnCode rc = check_permanent(row, permanent)) return rc;
     *static_cast<bool*>(row.field) = on;
     return finish(row, permanent, on ? "on" : "off");
 }

@@ -30,8 +30,14 @@ std::string settings_directory() {
 
 std::string read_whole(const std::string& path) {
     std::string text;
-    const int fd = StressFails() ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Not blocking: what stands there may be no file.
+    const int fd = StressFails() ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return text;
+    struct stat status;
+    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        close(fd);
+        return text;
+    }
     char block[4096];
     for (ssize_t n; (n = read(fd, block, sizeof block)) > 0 && text.size() < kMaxFileBytes;) {
         text.append(block, size_t(n));

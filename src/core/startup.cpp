@@ -359,11 +359,15 @@ void SessionCleanup(int exitCode) {
     StressReport();
 }
 
-void CloseBatchLog() {
-    if (start_files.batch_log < 0) return;
+bool CloseBatchLog() {
+    if (start_files.batch_log < 0) return true;
+    const bool whole = ResultsLogIsWhole(start_files.batch_log, start_files.batch_log_markup);
     DetachResultsLog(start_files.batch_log, start_files.batch_log_markup);
-    close(start_files.batch_log);
+    const bool closed = close(start_files.batch_log) == 0;
     start_files.batch_log = -1;
+    if (whole && closed) return true;
+    show_note("insufficient disk space\nthe log is not whole");
+    return false;
 }
 
 std::string FindProfileAlongSearchPath() {

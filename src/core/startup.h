@@ -34,7 +34,8 @@ void EndEngineTables();
 std::string FindProfileAlongSearchPath();
 
 // Ends the log of a batch run: after everything that leaving the levels printed.
-void CloseBatchLog();
+// False, with words, if the log is not whole.
+bool CloseBatchLog();
 
 // One of the blocks that the start took: its name and bytes, for `memory`.
 struct StartBlock {

@@ -5,6 +5,8 @@
 // directory apart. What a level made is what the counters passed since it began.
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,6 +31,8 @@
 namespace korva {
 
 namespace {
+
+constexpr bool kKeepMarker = true;
 
 constexpr std::string_view kNameDigits = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr std::string_view kFileDigits = "0123456789abcdefghijklmnopqrstuvwx";
@@ -65,31 +69,42 @@ std::string file_path(int session_number, int32_t count) {
            kFileExtension;
 }
 
-// The first of the candidates that is a directory and short enough.
-void find_directory() {
-    const char* candidates[] = {std::getenv("KORVATMP"), std::getenv("TEMP"), std::getenv("TMPDIR"),
-                                platform::kDefaultTempDirectory};
-    for (const char* candidate : candidates) {
-        if (candidate == nullptr || *candidate == 0 || !DirectoryExists(candidate)) continue;
-        std::string path = candidate;
-        while (path.ends_with('/')) path.pop_back();
-        if (path.size() + 1 + kFileNameBytes > kMaxFileNameBytes) continue;
-        std::memcpy(macros.TempDirectory, path.c_str(), path.size() + 1);
-        return;
-    }
-    std::snprintf(macros.TempDirectory, sizeof macros.TempDirectory, "%s",
-                  platform::kDefaultTempDirectory);
+// Takes the candidate as the temporary directory, if it is one and short enough.
+bool take_directory(const char* candidate) {
+    if (candidate == nullptr || *candidate == 0 || !DirectoryExists(candidate)) return false;
+    std::string path = candidate;
+    while (path.ends_with('/')) path.pop_back();
+    if (path.size() + 1 + kFileNameBytes > kMaxFileNameBytes) return false;
+    std::memcpy(macros.TempDirectory, path.c_str(), path.size() + 1);
+    return true;
 }
 
-// 1: the marker was made; 0: the number is taken; -1: no file can be made there.
-int claim_number(int number) {
+bool names_file(const char* path, int fd) {
+    struct stat at_path;
+    struct stat opened;
+    return lstat(path, &at_path) == 0 && fstat(fd, &opened) == 0 &&
+           at_path.st_dev == opened.st_dev && at_path.st_ino == opened.st_ino;
+}
+
+enum class Claim : uint8_t { Made, Reclaimed, Taken, Refused };
+
+// Makes the number's marker, or takes over one that a session left which was killed: a living
+// session holds the lock of its own. Refused: no file can be made in the directory.
+Claim claim_number(int number) {
     const std::string path = file_path(number, 0);
-    const int fd = StressFails()
-                       ? -1
-                       : open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
-    if (fd < 0) return errno == EEXIST ? 0 : -1;
-    close(fd);
-    return 1;
+    if (StressFails()) return Claim::Refused;
+    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
+    int fd = open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0600);
+    const bool made = fd >= 0;
+    if (!made && errno != EEXIST) return Claim::Refused;
+    if (!made) fd = open(path.c_str(), kFlags | O_NONBLOCK);
+    if (fd < 0) return Claim::Taken;
+    if (flock(fd, LOCK_EX | LOCK_NB) != 0 || !names_file(path.c_str(), fd)) {
+        close(fd);
+        return Claim::Taken;
+    }
+    macros.MarkerFd = fd;
+    return made ? Claim::Made : Claim::Reclaimed;
 }
 
 bool named_since(const StoreRecord* record, int32_t counter) {
@@ -113,8 +128,8 @@ int32_t next_file_count(int32_t count) {
     return count >= kMaxTempFile ? 1 : count + 1;
 }
 
-// Deletes every file of this session, the marker included.
-void delete_session_files() {
+// Deletes every file of this session, the marker included unless it is kept.
+void delete_session_files(bool keep_marker) {
     DIR* directory = opendir(macros.TempDirectory);
     if (directory == nullptr) return;
     char prefix[6];
@@ -123,6 +138,7 @@ void delete_session_files() {
         const std::string_view name = entry->d_name;
         if (name.size() != kFileNameBytes || !name.starts_with(prefix)) continue;
         if (!name.ends_with(kFileExtension)) continue;
+        if (keep_marker && file_path(macros.SessionNumber, 0).ends_with(name)) continue;
         unlinkat(dirfd(directory), entry->d_name, 0);
     }
     closedir(directory);
@@ -146,23 +162,28 @@ void NewTempFile(char* buffer) {
 }
 
 bool StartTemporaries() {
-    find_directory();
-    for (int number = 0; number < kSessions; number++) {
-        errno = 0;
-        const int claimed = claim_number(number);
-        if (claimed > 0) {
+    const char* candidates[] = {std::getenv("KORVATMP"), std::getenv("TEMP"), std::getenv("TMPDIR"),
+                                platform::kDefaultTempDirectory};
+    for (const char* candidate : candidates) {
+        if (!take_directory(candidate)) continue;
+        for (int number = 0; number < kSessions; number++) {
+            const Claim claim = claim_number(number);
+            if (claim == Claim::Taken) continue;
+            if (claim == Claim::Refused) break;
             macros.SessionNumber = number;
+            if (claim == Claim::Reclaimed) delete_session_files(kKeepMarker);
             return true;
         }
-        if (claimed < 0) break;
     }
-    ReportFileError(603, file_path(0, 0));
+    out_error("temporary directory " + std::string(macros.TempDirectory) +
+              " cannot be written or is used by too many sessions\n");
     return false;
 }
-
 void EndTemporaries() {
     if (macros.SessionNumber < 0) return;
-    delete_session_files();
+    delete_session_files(!kKeepMarker);
+    close(macros.MarkerFd);
+    macros.MarkerFd = -1;
     macros.SessionNumber = -1;
 }
 

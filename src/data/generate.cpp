@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "core/commands.h"
 #include "core/missing.h"
@@ -90,6 +91,23 @@ const T* spread_lanes(const RowBlock& block, const T* lanes, T rest, T* whole) {
     return whole;
 }
 
+// What a cell of the type keeps lies between the two, which it does not keep; all else becomes
+// missing.
+struct StoredRange {
+    double low = -std::numeric_limits<double>::infinity();
+    double high = kSysMissing;
+};
+
+StoredRange stored_range(StorageType type) {
+    switch (type) {
+    case kByte: return {-128, 101};
+    case kInt: return {-32768, 32741};
+    case kLong: return {-2147483648.0, 2147483621.0};
+    case kFloat: return {-0x1p127, 0x1.ffffffp126};  // from here on it rounds to 2^127
+    default: return {};
+    }
+}
+
 ReturnCode make_numbers(BlockMachine* m, const RowBlock& block) {
     alignas(64) double lanes[kBlockObs];
     alignas(64) double whole[kBlockObs];
@@ -99,7 +117,8 @@ ReturnCode make_numbers(BlockMachine* m, const RowBlock& block) {
     }
     const double* values = spread_lanes(block, lanes, kSysMissing, whole);
     int64_t present = 0;  // as wide as a value, so that the loop vectorises
-    for (int i = 0; i < block.n; i++) present += values[i] < kSysMissing;
+    const StoredRange range = stored_range(dataset.types[making.var - 1]);
+    for (int i = 0; i < block.n; i++) present += (values[i] > range.low) & (values[i] < range.high);
     making.n_missing += block.n - present;
     scatter(making.var, block.obs, block.n, values);
     return 0;

@@ -127,6 +127,7 @@ bool wait_for_input() {
     sigemptyset(&breaks);
     sigaddset(&breaks, SIGINT);
     sigaddset(&breaks, SIGTERM);
+    sigaddset(&breaks, SIGHUP);
     sigprocmask(SIG_BLOCK, &breaks, &old);
     // Other signals, and a break that nobreak has parked, only end a wait: it begins again.
     while (!BreakStands() && ppoll(&waits, 1, nullptr, &old) < 0 && errno == EINTR) {}

@@ -84,6 +84,13 @@ bool log_add(LogSet* set, int fd) {
     return true;
 }
 
+bool log_is_alive(const LogSet& set, int fd) {
+    for (uint32_t i = 0; i < set.count; i++) {
+        if (set.fd[i] == fd) return set.alive[i] != 0;
+    }
+    return false;
+}
+
 bool log_remove(LogSet* set, int fd) {
     for (uint32_t i = 0; i < set->count; i++) {
         if (set->fd[i] != fd) continue;

@@ -79,6 +79,13 @@ bool AttachResultsLog(int fd, bool markup) {
     return markup ? out_log_attach(s, fd, LogOp::Add) : out_text_log_attach(s, fd, LogOp::Add);
 }
 
+bool ResultsLogIsWhole(int fd, bool markup) {
+    OutputStream* s = print_state.results;
+    if (s == nullptr) return false;
+    out_stream_flush(s);
+    return log_is_alive(markup ? s->tmrk_logs : s->text_logs, fd);
+}
+
 bool DetachResultsLog(int fd, bool markup) {
     OutputStream* s = print_state.results;
     if (s == nullptr) return false;

@@ -83,6 +83,15 @@ class BadInput(unittest.TestCase):
                               {"blocks.do": "if 1 {\n" * 40000})
         self.assertEqual(output.count("r(1000);"), 4, output[-3000:])
 
+    def test_a_batch_log_that_cannot_be_written(self):
+        with Sandbox(BUILD) as box:
+            (box.work / "full.do").write_text("display 1\n")
+            (box.work / "full.log").symlink_to("/dev/full")
+            run = subprocess.run([KORVA, "/q", "/b", "do", "full"], cwd=box.work, timeout=60,
+                                 capture_output=True, env=box.environment())
+            self.assertEqual(run.returncode, 1)
+            self.assertIn(b"insufficient disk space", run.stderr)
+
     def test_macros_without_end(self):
         output = self.session(
             ["global a $" + "b", "macro list a", 'global b "\\$b \\$b"', "display $b",

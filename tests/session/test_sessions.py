@@ -105,6 +105,9 @@ class Break(unittest.TestCase):
         self.assertEqual(output.count("--Break--"), 1)
         self.assertNotIn("whole", output)
 
+    def test_in_a_typed_block_it_leaves_the_block(self):
+        self.broken("set obs 300000\ngenerate x = _n\nif 1 {\nlist x", "")
+
     def test_at_the_prompt_it_drops_the_line(self):
         with Sandbox(BUILD) as box:
             session = Piped(self, box)

@@ -7,7 +7,7 @@ generate y = x if mod(_n, 2)
 generate long z = x in 2/3
 assert z == . if _n < 2 | _n > 3
 assert z == x in 2/3
-* Out of range for a byte: stored as missing, but the value was none.
+* Out of range for a byte: stored as missing, and counted as such.
 generate byte big = 1000
 assert big == .
 generate str t = "abc" if _n > 4

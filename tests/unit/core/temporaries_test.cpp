@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -71,7 +72,8 @@ TEST_F(TemporariesTest, FileNamesHoldSessionAndCountInBase34) {
 
 TEST_F(TemporariesTest, TwoSessionsTakeTwoNumbers) {
     const std::string taken = directory + "/ST_00000000.tmp";
-    close(open(taken.c_str(), O_CREAT | O_WRONLY, 0600));
+    const int other = open(taken.c_str(), O_CREAT | O_RDWR, 0600);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
     ASSERT_TRUE(StartTemporaries());
     EXPECT_EQ(macros.SessionNumber, 1);
     const std::string file = new_file();
@@ -79,7 +81,15 @@ TEST_F(TemporariesTest, TwoSessionsTakeTwoNumbers) {
     EndTemporaries();
     EXPECT_FALSE(exists(file));
     EXPECT_TRUE(exists(taken));
-    unlink(taken.c_str());
+    // The other session is killed: its number and its files are free again.
+    close(other);
+    const std::string left = directory + "/ST_00000005.tmp";
+    close(open(left.c_str(), O_CREAT | O_RDWR, 0600));
+    ASSERT_TRUE(StartTemporaries());
+    EXPECT_EQ(macros.SessionNumber, 0);
+    EXPECT_FALSE(exists(left));
+    EXPECT_TRUE(exists(taken));
+    EndTemporaries();
 }
 
 TEST_F(TemporariesTest, ALevelDropsWhatItMade) {
