@@ -53,10 +53,10 @@ protected:
         by_state = ByState{};
     }
 
-    static void define(const char* name, uint8_t byable, const std::string& text) {
+    static void define(const char* name, uint8_t byable, const std::string& body) {
         ProgramOptions options;
         options.byableState = byable;
-        ASSERT_EQ(DefineProgramFromText(name, options, text), 0);
+        ASSERT_EQ(DefineProgramFromText(name, options, body), 0);
     }
 
     static ReturnCode run(const std::string& line) {
