@@ -95,9 +95,7 @@ void enter_file(ExecFrame* frame, ExecKind kind) {
 ReturnCode open_source(ExecFrame* frame, ExecKind kind, std::string* arguments) {
     std::string path;
     if (ReturnCode rc = ParseDoLine(kind, &path, arguments, &frame->stop)) return rc;
-    if (ReturnCode rc = OpenReader(&frame->reader, path.c_str())) return rc;
-    frame->file_opened = true;
-    return 0;
+    return OpenReader(&frame->reader, path.c_str());
 }
 
 // The level's macros: none of its own for an include.

@@ -14,7 +14,6 @@ struct ExecFrame {
     LineReader reader;  // the file opened for this level
     LineReader* previousReader = nullptr;
     bool stop = true;  // a non-zero code ends the file
-    bool file_opened = false;
     int32_t delimiterMode = 0;
     int32_t lineNumber = 0;  // the caller's place in its program text
     char programName[kMaxNameBytes + 2] = {};

@@ -12,6 +12,7 @@
 #include "core/commands.h"
 #include "core/platform.h"
 #include "core/print.h"
+#include "core/scanner.h"
 #include "core/session.h"
 #include "core/settings.h"
 #include "core/upcalls.h"
@@ -470,6 +471,7 @@ ReturnCode ReportInvalidSyntax() {
 ReturnCode CmdError(int) {
     ExpressionValue value;
     if (EvaluateScanned(ExpressionMode::Number, &value) != 0) return 197;
+    if (PeekChar() != 0) return ReportError(197);
     const double x = std::trunc(value.number);
     if (x == 0) return 0;
     const int code = x < 0 || x > kLargestErrorCode ? kLargestErrorCode : int(x);

@@ -245,22 +245,19 @@ int64_t recorded_within(const RecordedSettings& recorded, const char* key, int64
 
 }  // namespace
 
-void LoadMemoryPreferences() {
-    const RecordedSettings recorded = ReadSettingsFile();
+void LoadMemoryPreferences(const RecordedSettings& recorded) {
     settings.memory = recorded_within(recorded, "memory", 102400, INT64_MAX, settings.memory);
     settings.maxvar = int32_t(recorded_within(recorded, "maxvar", 2048, 32767, settings.maxvar));
     settings.matsize = int32_t(recorded_within(recorded, "matsize", 10, 11000, settings.matsize));
 }
 
-void LoadPersistentSettings() {
-    const RecordedSettings recorded = ReadSettingsFile();
+void LoadPersistentSettings(const RecordedSettings& recorded) {
     for (const SettingRow& row : kSettings) load_row(row, recorded);
     settings.default_type = RecordedNumber(recorded, kSettingsSection, "type", 254) == 255 ? 255
                                                                                            : 254;
 }
 
-void LoadConfidenceLevel() {
-    const RecordedSettings recorded = ReadSettingsFile();
+void LoadConfidenceLevel(const RecordedSettings& recorded) {
     std::string text;
     double level;
     if (!FindRecorded(recorded, kSettingsSection, "cilevel", &text)) return;

@@ -11,6 +11,8 @@
 
 namespace korva {
 
+struct RecordedSettings;  // core/settings_file.h
+
 struct SettingsState {
     int32_t adosize = 500;  // kilobytes of programs from ado-files kept in memory
     char level[33] = "95";  // confidence level, as text
@@ -52,13 +54,13 @@ enum class SettingKind : uint8_t {
 };
 
 // Reads the recorded memory, maxvar and matsize: they are needed before anything else.
-void LoadMemoryPreferences();
+void LoadMemoryPreferences(const RecordedSettings& recorded);
 
 // Reads the recorded confidence level: last of all, and only into a session that begins at the
 // keyboard.
-void LoadConfidenceLevel();
+void LoadConfidenceLevel(const RecordedSettings& recorded);
 
 // Reads every persistent setting from the settings file into its field, bad values left out.
-void LoadPersistentSettings();
+void LoadPersistentSettings(const RecordedSettings& recorded);
 
 }  // namespace korva

@@ -25,6 +25,7 @@
 #include "core/scratch.h"
 #include "core/session.h"
 #include "core/settings.h"
+#include "core/settings_file.h"
 #include "core/store.h"
 #include "core/switches.h"
 #include "core/upcalls.h"
@@ -293,7 +294,8 @@ void EndEngineTables() {
 int SessionStart(int argc, char** argv) {
     StartStage = 1;
     InstallBreakHandler();
-    LoadMemoryPreferences();
+    const RecordedSettings recorded = ReadSettingsFile();
+    LoadMemoryPreferences(recorded);
     int first = 1;
     if (!ParseSwitches(argc, argv, &first)) return -1;
     if (answer_and_end()) return -1;
@@ -303,7 +305,7 @@ int SessionStart(int argc, char** argv) {
         session.BatchMode = 1;
     }
     StartStage = 3;
-    LoadPersistentSettings();
+    LoadPersistentSettings(recorded);
     if (!OpenResultsStream()) return -1;
     SetResultsWidth(settings.linesize);
     StartStage = 4;
@@ -338,7 +340,7 @@ int SessionStart(int argc, char** argv) {
     SetScanPointer(session.ConsoleBuffer);
     StartStage = 19;
     if (command.empty()) {
-        LoadConfidenceLevel();
+        LoadConfidenceLevel(recorded);
         return 0;
     }
     out_newline();

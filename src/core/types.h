@@ -17,6 +17,5 @@ constexpr int kTokenBytes = 504;        // one token of the scanner, its NUL inc
 constexpr int kMaxStringBytes = 244;    // the longest string value of a cell or an expression
 constexpr int kCurrentVersion = 920;    // version times 100
 constexpr int kMaxCallDepth = 64;       // nested do-files and programs
-constexpr int kMaxBreakLatencyMs = 50;  // a break is seen within this time
 
 }  // namespace korva

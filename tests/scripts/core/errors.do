@@ -5,6 +5,7 @@ error 0
 error 2.9
 error 4
 error 601
+error 4 junk
 * Texts of their own need an argument, which error does not have.
 capture noisily error 111
 capture noisily error 106
