@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "core/alloc.h"
+#include "core/file_path.h"
 #include "core/macro.h"
 #include "core/names.h"
 #include "core/poll.h"
@@ -19,7 +20,6 @@
 #include "core/return_codes.h"
 #include "core/session.h"
 #include "data/cells.h"
-#include "data/file_path.h"
 #include "data/labels.h"
 
 namespace korva {
@@ -516,7 +516,7 @@ ReturnCode load_dta(ByteSource* source, std::string_view name, const DtaOptions&
 
 ReturnCode use_file(const std::string& name, const DtaOptions& options) {
     std::string path;
-    if (ReturnCode rc = local_path(name, &path)) return rc;
+    if (ReturnCode rc = LocalPath(name, &path)) return rc;
     ByteSource source;
     if (ReturnCode rc = open_source(&source, path)) return ReportFileError(rc, name);
     return load_dta(&source, name, options);

@@ -6,12 +6,12 @@
 #include <string>
 
 #include "core/commands.h"
+#include "core/file_path.h"
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "data/dataset.h"
 #include "data/dta_read.h"
-#include "data/file_path.h"
 #include "data/skeleton.h"
 
 namespace korva {
@@ -76,7 +76,7 @@ ReturnCode CmdUse(int) {
     if (ReturnCode rc = options_done()) return rc;
 
     if (dataset.changed && !clear && !replace) return ReportError(4);
-    return use_file(with_extension(name, ".dta"), options);
+    return use_file(WithExtension(name, ".dta"), options);
 }
 
 }  // namespace korva

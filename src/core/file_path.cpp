@@ -1,5 +1,5 @@
-// data/file_path.cpp - extensions and schemes. Both separators count, since scripts use either.
-#include "data/file_path.h"
+// core/file_path.cpp - extensions and schemes. Both separators count, since scripts use either.
+#include "core/file_path.h"
 
 #include <algorithm>
 
@@ -25,7 +25,7 @@ std::string_view scheme_of(std::string_view name) {
 
 }  // namespace
 
-std::string with_extension(std::string_view name, std::string_view extension) {
+std::string WithExtension(std::string_view name, std::string_view extension) {
     const size_t separator = name.find_last_of("/\\");
     const std::string_view last = separator == name.npos ? name : name.substr(separator + 1);
     std::string full(name);
@@ -33,7 +33,7 @@ std::string with_extension(std::string_view name, std::string_view extension) {
     return full;
 }
 
-ReturnCode local_path(const std::string& name, std::string* path) {
+ReturnCode LocalPath(const std::string& name, std::string* path) {
     const std::string_view scheme = scheme_of(name);
     if (scheme == "http") {
         out_error("web files are not available yet\n");

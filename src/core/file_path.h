@@ -1,4 +1,4 @@
-// data/file_path.h - from the file name that a user types to the path that is opened.
+// core/file_path.h - from the file name that a user types to the path that is opened.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@
 namespace korva {
 
 // The name, with the extension (".dta") behind it when its last part has none.
-std::string with_extension(std::string_view name, std::string_view extension);
+std::string WithExtension(std::string_view name, std::string_view extension);
 
 // The path under which the system knows the file that the user named. A web address is 199, another
 // scheme 671, a name that is longer than a path may be 603, each with its words.
-ReturnCode local_path(const std::string& name, std::string* path);
+ReturnCode LocalPath(const std::string& name, std::string* path);
 
 }  // namespace korva
