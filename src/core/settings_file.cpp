@@ -7,11 +7,12 @@
 #include <unistd.h>
 
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 
 #include "core/alloc.h"
+#include "core/file_replace.h"
 #include "core/platform.h"
+#include "core/session.h"
 
 namespace korva {
 
@@ -80,15 +81,14 @@ std::string lines_without(std::string_view text, std::string_view section, std::
     return kept;
 }
 
-bool write_whole(const std::string& path, std::string_view text) {
-    const int fd = StressFails()
-                       ? -1
-                       : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) return false;
-    bool written = write(fd, text.data(), text.size()) == ssize_t(text.size());
-    written = fsync(fd) == 0 && written;
-    close(fd);
-    return written;
+// Replaces the file; silent, since a setting counts in this session even if it cannot be kept.
+void write_whole(const std::string& path, std::string_view text) {
+    const LevelGuard level(session.MessageLevel);  // words that nobody sees change the level too
+    const ThresholdGuard silence(kThresholdCapture);
+    FileReplacement file;
+    if (BeginReplace(&file, path) == 0 && WriteReplacement(&file, text.data(), text.size()) == 0) {
+        CommitReplace(&file);
+    }
 }
 
 }  // namespace
@@ -136,12 +136,7 @@ void RecordSetting(std::string_view section, std::string_view key, std::string_v
     std::string text = lines_without(read_whole(path), section, key);
     text.append(section).append(" ").append(key).append(" ");
     text.append(value.substr(0, kMaxSettingBytes)).append("\n");
-    const std::string beside = path + ".new";
-    if (write_whole(beside, text)) {
-        std::rename(beside.c_str(), path.c_str());
-    } else {
-        unlink(beside.c_str());
-    }
+    write_whole(path, text);
     close(lock);
 }
 
