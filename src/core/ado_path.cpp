@@ -175,6 +175,16 @@ bool FindOnPath(std::string_view name, std::string_view extension, int occurrenc
     }
 }
 
+std::vector<std::string> PathDirectories() {
+    const std::string list(MacroValue("S_ADO").substr(0, kMaxPathListBytes));
+    std::vector<std::string> paths;
+    for (std::string_view rest = list; rest.find_first_not_of(" ;") != rest.npos;) {
+        const std::string_view element = take_element(&rest);
+        if (!element.empty()) paths.push_back(element_directory(element));
+    }
+    return paths;
+}
+
 bool FindDoFile(std::string_view name, std::string* result) {
     const std::string_view base = name.substr(base_name(name));
     const size_t point = base.rfind('.');

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/types.h"
 
@@ -33,6 +34,10 @@ std::string_view SystemCodeword(int index);
 // one.
 bool FindOnPath(std::string_view name, std::string_view extension, int occurrence,
                 std::string* result);
+
+// The directories of S_ADO's elements in their order, each with its final separator, whether they
+// are there or not.
+std::vector<std::string> PathDirectories();
 
 // The file of a do, run or include: the name itself (with .do when it has no extension), then the
 // path. False leaves the name itself, with its extension, in *result.

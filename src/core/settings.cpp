@@ -245,6 +245,18 @@ int64_t recorded_within(const RecordedSettings& recorded, const char* key, int64
 
 }  // namespace
 
+size_t SettingCount() {
+    return std::size(kSettings);
+}
+
+std::string_view SettingName(size_t i) {
+    return kSettings[i].name;
+}
+
+SettingKind KindOfSetting(size_t i) {
+    return kSettings[i].kind;
+}
+
 void LoadMemoryPreferences(const RecordedSettings& recorded) {
     settings.memory = recorded_within(recorded, "memory", 102400, INT64_MAX, settings.memory);
     settings.maxvar = int32_t(recorded_within(recorded, "maxvar", 2048, 32767, settings.maxvar));

@@ -4,6 +4,7 @@
 // keep the value in the settings file (core/settings_file.h).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -52,6 +53,11 @@ enum class SettingKind : uint8_t {
     Ignored,     // "is irrelvant nowadays"
     Irrelevant,  // "irrelevant in this version"
 };
+
+// The rows of the table in its order, 0-based: what may be typed behind `set`.
+size_t SettingCount();
+std::string_view SettingName(size_t i);
+SettingKind KindOfSetting(size_t i);
 
 // Reads the recorded memory, maxvar and matsize: they are needed before anything else.
 void LoadMemoryPreferences(const RecordedSettings& recorded);

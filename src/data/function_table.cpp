@@ -52,6 +52,15 @@ static_assert(rows_are_sound(), "a name twice, or an opcode that does not fit it
 
 }  // namespace
 
+std::span<const FunctionRow> function_rows() {
+    return kSortedRows;
+}
+
+bool function_is_available(const FunctionRow& row) {
+    if (row.kind == FunctionKind::Alone) return row.routine != FunctionRoutine::Later;
+    return kOpcodeRows[size_t(row.opcode)].available;
+}
+
 const FunctionRow* find_function(std::string_view name, int version) {
     const auto found = std::lower_bound(
         kSortedRows.begin(), kSortedRows.end(), name,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "data/expression_opcodes.h"
@@ -41,6 +42,12 @@ struct FunctionRow {
     int16_t max_arguments = 0;
     int32_t last_version = 0;  // the last that has it; 0: all
 };
+
+// Every row, sorted by name.
+std::span<const FunctionRow> function_rows();
+
+// True if calls of the function run: it is known by name otherwise, and refused.
+bool function_is_available(const FunctionRow& row);
 
 // The row of the name at the version; null: there is none.
 const FunctionRow* find_function(std::string_view name, int version);

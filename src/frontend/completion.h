@@ -1,7 +1,11 @@
 // frontend/completion.h - how the engine finishes a word that the user is typing.
 //
-// A front end with a Tab key hands over the text in front of the cursor and gets back the words
-// that could stand there. Nothing is run, loaded or changed by asking.
+// The engine answers (data/completion.cpp). A front end with a Tab key hands over the text in front
+// of the cursor and gets back the words that could stand there. Nothing is run, loaded or changed
+// by asking, at any text.
+//
+// A file's word begins with `"` where a name would not stay one word without; start is behind a
+// quote that the user has typed. The quote is closed by after_word, never by the word.
 #pragma once
 
 #include <string>
