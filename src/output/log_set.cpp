@@ -91,6 +91,12 @@ bool log_is_alive(const LogSet& set, int fd) {
     return false;
 }
 
+void log_mark_dead(LogSet* set, int fd) {
+    for (uint32_t i = 0; i < set->count; i++) {
+        if (set->fd[i] == fd) set->alive[i] = 0;
+    }
+}
+
 bool log_remove(LogSet* set, int fd) {
     for (uint32_t i = 0; i < set->count; i++) {
         if (set->fd[i] != fd) continue;

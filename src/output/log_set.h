@@ -36,6 +36,9 @@ bool log_add(LogSet* set, int fd);
 // True if the file is there and every write to it was whole.
 bool log_is_alive(const LogSet& set, int fd);
 
+// Marks the file dead; nothing if it is not there.
+void log_mark_dead(LogSet* set, int fd);
+
 // Takes the file out; false if it is not there.
 bool log_remove(LogSet* set, int fd);
 

@@ -104,8 +104,9 @@ std::string_view weight_directive(uint8_t style) {
     return "{sf}";
 }
 
-// What a log must hold to be read from here on: the style and the mode in force.
-void write_preamble(OutputStream* s, int fd) {
+// What a log must hold to be read from here on: the style and the mode in force. False when the
+// write came up short.
+bool write_preamble(OutputStream* s, int fd) {
     const uint8_t style = s->line_fresh ? s->style : s->runs[2];
     std::string_view mode = "";
     char paragraph[64];
@@ -124,7 +125,7 @@ void write_preamble(OutputStream* s, int fd) {
         memcpy(text + n, part.data(), part.size());
         n += part.size();
     }
-    log_write_file(fd, {text, n});
+    return log_write_file(fd, {text, n});
 }
 
 bool change_log_set(OutputStream* s, LogSet* set, LogBuffer* buffer, int fd, LogOp op) {
@@ -321,8 +322,10 @@ void out_literal_newlines(uint8_t* state, OutputStream* s, std::string_view byte
 }
 
 bool out_log_attach(OutputStream* s, int fd, LogOp op) {
+    const bool is_dead = op != LogOp::Add && !log_is_alive(s->tmrk_logs, fd);
     if (!change_log_set(s, &s->tmrk_logs, s->tmrk_log_buffer, fd, op)) return false;
-    write_preamble(s, fd);
+    // Nothing goes behind the place where a log broke off.
+    if (!is_dead && !write_preamble(s, fd)) log_mark_dead(&s->tmrk_logs, fd);
     return true;
 }
 
