@@ -117,7 +117,7 @@ constexpr CommandRow kCommands[] = {
     {"count",             3, true,  CmdCount,     0},
     {"cox",               3, true,  nullptr,      0},
     {"correlate",         3, true,  nullptr,      0},
-    {"cmdlog",            6, false, nullptr,      0},
+    {"cmdlog",            6, false, CmdCmdlog,    0},
     {"creturn",           4, false, nullptr,      0},
     {"clist",             2, true,  nullptr,      0},
 
@@ -185,7 +185,7 @@ constexpr CommandRow kCommands[] = {
     {"label",             2, false, nullptr,      0},
     {"labeldefine_dlg",  15, false, nullptr,      0},
     {"lookup",            2, false, nullptr,      0},
-    {"log",               3, false, nullptr,      0},
+    {"log",               3, false, CmdLog,       0},
     {"log_dlg",           7, false, nullptr,      0},
     {"lumo",              4, false, nullptr,      0},
     {"lumo_clear",       10, false, nullptr,      0},

@@ -2,7 +2,7 @@
 //
 // The new contents go to a file beside the old one, are flushed to the disk, and take the name by a
 // rename. A full disk, a signal or a kill at any moment leaves the old file or the new one.
-// Whatever this program writes over goes through here.
+// Whatever this program writes over goes through here, but for logs, which grow in place.
 //
 //     FileReplacement file;
 //     if (ReturnCode rc = BeginReplace(&file, path)) return rc;

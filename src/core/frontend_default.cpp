@@ -23,6 +23,7 @@ FrontEnd frontend = {
     .ResultsSink = [](const unsigned char*, int) {},
     .RefreshVariablesWindow = [] {},
     .SavePreferences = [] {},
+    .ShowLogStatus = [](const char*) {},
     .shows_typed_text = false,
 };
 

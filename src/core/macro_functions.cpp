@@ -216,7 +216,7 @@ constexpr MacroFunctionRow kMacroFunctions[] = {
     {"regexsubexp",  6,   MfRegexSubexpression, 0},
     {"list",         4,   MfList,              0},
     {"set",          3,   mf_set,              0},
-    {"log",          3,   nullptr,             0},
+    {"log",          3,   MfLog,               0},
     {"subinstr",     8,   MfSubinstr,          0},
     {"sysdir",       6,   mf_sysdir,           0},
     {"piece",        5,   MfPiece,             0},

@@ -21,6 +21,9 @@ struct MacroFunctionRow {
 // Defined in output/display.cpp: the text that `display` would print.
 ReturnCode MfDisplay(int, std::string* result);
 
+// Defined in output/log.cpp: the file of the default log.
+ReturnCode MfLog(int, std::string* result);
+
 // Defined in data/macro_functions.cpp: what the dataset knows.
 // Fact: 0 storage type, 1 format, 2 name of the value label, 3 variable label.
 ReturnCode MfVariableFact(int fact, std::string* result);

@@ -24,6 +24,7 @@
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/session.h"
+#include "core/upcalls.h"
 #include "core/words.h"
 #include "frontend/frontend.h"
 
@@ -360,6 +361,7 @@ void finish_keyboard_line(int32_t length, bool hidden, bool raw) {
     if (hidden) return;
     AddToReviewRing(session.ConsoleBuffer);
     frontend.AddToReview(session.ConsoleBuffer);
+    LogTypedLine(session.ConsoleBuffer);
     const LevelGuard level(kLevelInput);
     const std::string_view line(session.ConsoleBuffer, size_t(length));
     if (frontend.shows_typed_text) {

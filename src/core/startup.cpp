@@ -353,12 +353,17 @@ void SessionCleanup(int exitCode) {
         frontend.PumpMessages();  // what was printed must still be seen
         std::_Exit(1);
     }
+    if (StartStage >= 4 && !session.ShuttingDown) CloseLogs();
     if (StartStage >= 4) out_flush();
     if (session.ShuttingDown) return;
     session.ShuttingDown = 1;
     frontend.SavePreferences();
     if (StartStage >= 14) EndTemporaries();
     StressReport();
+}
+
+int BatchLogHandle() {
+    return start_files.batch_log;
 }
 
 bool CloseBatchLog() {

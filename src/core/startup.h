@@ -33,6 +33,9 @@ void EndEngineTables();
 // profile.do along PATH and in the home directory; empty: there is none.
 std::string FindProfileAlongSearchPath();
 
+// Descriptor of the log of a batch run; -1: none.
+int BatchLogHandle();
+
 // Ends the log of a batch run: after everything that leaving the levels printed.
 // False, with words, if the log is not whole.
 bool CloseBatchLog();

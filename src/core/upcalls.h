@@ -33,6 +33,14 @@ ReturnCode EvaluateText(std::string_view text, ExpressionMode mode, ExpressionVa
 // The same for the expression at the scanner, which is left behind the end of its valid text.
 ReturnCode EvaluateScanned(ExpressionMode mode, ExpressionValue* value);
 
+// --- output/log.cpp: logs ---
+
+// A line came from the keyboard: the command log, if one is on, gets it.
+void LogTypedLine(std::string_view line);
+
+// The session ends: every log and the command log close with their closing headers.
+void CloseLogs();
+
 // --- data/: the dataset ---
 
 // Maps the data area of `bytes` bytes and makes the variable tables for `maxvar` variables,

@@ -35,6 +35,7 @@ struct FrontEnd {
                                                                  // 2, 3, 5
     void (*RefreshVariablesWindow)();
     void (*SavePreferences)();
+    void (*ShowLogStatus)(const char* text);  // "log on (tmrk)", "log off (text)"; "" when closed
     bool shows_typed_text;  // the terminal shows a line as it is typed: the engine does not echo it
 };
 extern FrontEnd frontend;  // defined in core/frontend_default.cpp with do-nothing operations

@@ -232,6 +232,7 @@ FrontEnd StdioFrontEnd() {
         .ResultsSink = results_sink,
         .RefreshVariablesWindow = [] {},
         .SavePreferences = send_output,
+        .ShowLogStatus = [](const char*) {},
         .shows_typed_text = state.input_is_terminal,
     };
 }
