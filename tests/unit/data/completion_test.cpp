@@ -144,12 +144,12 @@ TEST_F(Completion, OptionsComeFromTheTableAndFromSyntaxLines) {
         {"cmd mpg, level(r(", ""},
         {"semi, ", "one three two("},
         {"pass mpg, sh", "short| "},
-        {"cm", "cmd| "},
+        {"cm", "cmd cmdlog"},
         {"unheardof mpg, ", ""},
     });
     EXPECT_EQ(note("cm"), "ado-file");
     make("lib/c/cmdnew.ado");
-    EXPECT_EQ(words("cm"), "cmd cmdnew");
+    EXPECT_EQ(words("cm"), "cmd cmdlog cmdnew");
     std::vector<OptionChoice> options;
     add_picture_options(", Abc(", &options);
     ASSERT_EQ(options.size(), 1u);
