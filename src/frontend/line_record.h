@@ -15,9 +15,15 @@
 //   behind
 //          its end
 //   then   text, NUL-terminated
+//
+// A sink reads it so; nothing is copied, and all points into the record:
+//   RecordRuns runs(record);    for (RecordRun run; runs.next(&run);) ...
+//   RecordLinks links(record);  for (RecordLink link; links.next(&link);) ...
+//   for (const char* name = record_anchors(record); *name != 0; name = next_anchor(name)) ...
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 namespace korva {
 
@@ -45,20 +51,120 @@ inline int record_u16(const unsigned char* record, int at) {
 inline int record_length(const unsigned char* record) {
     return record_u16(record, 0);
 }
-inline const unsigned char* record_links(const unsigned char* record) {
-    return record + 10;
-}
-inline const unsigned char* record_anchors(const unsigned char* record) {
-    return record + record_u16(record, 2);
-}
-inline const unsigned char* record_runs(const unsigned char* record) {
-    return record + record_u16(record, 4);
-}
 inline const char* record_text(const unsigned char* record) {
     return reinterpret_cast<const char*>(record + record_u16(record, 6));
 }
 inline int record_text_length(const unsigned char* record) {
     return uint8_t(record[9] - 1);
+}
+
+// True if the line is the second or a later one of a paragraph.
+inline bool record_continues(const unsigned char* record) {
+    return record[8] != 0;
+}
+
+// The line's anchors: the first name, and the one behind a name; the empty string ends them. The
+// name "\f" is a new page's.
+inline const char* record_anchors(const unsigned char* record) {
+    return reinterpret_cast<const char*>(record + record_u16(record, 2));
+}
+inline const char* next_anchor(const char* name) {
+    return name + strlen(name) + 1;
+}
+
+// Columns [first, end) of the line in one style. The runs follow each other and cover the text.
+struct RecordRun {
+    int first = 0;
+    int end = 0;
+    uint8_t style = 0;
+};
+
+class RecordRuns {
+public:
+    explicit RecordRuns(const unsigned char* record)
+        : at(record + record_u16(record, 4) + 2), left(at[-2] + 1) {}
+
+    // The next run; false behind the last.
+    bool next(RecordRun* run) {
+        if (left-- <= 0) return false;
+        *run = {at[-1], at[1], at[0]};  // it starts where the one before it ended
+        at += 2;
+        return true;
+    }
+
+private:
+    const unsigned char* at;  // style and end of the next run
+    int left;
+};
+
+// Columns [first, end) that are a link. A link that wraps has one on each of its lines.
+struct RecordLink {
+    int first = 0;
+    int end = 0;   // of a link still open, which only an unfinished line holds: the end of the text
+    int kind = 0;  // see link_hint()
+    const char* argument = nullptr;  // as typed, NUL-terminated; empty if there is none
+};
+
+class RecordLinks {
+public:
+    explicit RecordLinks(const unsigned char* record)
+        : at(record + 11), left(record[10]), columns(record_text_length(record)) {}
+
+    // The next link, from left to right; false behind the last.
+    bool next(RecordLink* link) {
+        if (left-- <= 0) return false;
+        *link = {at[0], at[1] != 0 ? at[1] : columns, at[2], reinterpret_cast<const char*>(at + 4)};
+        at += 4 + at[3];
+        return true;
+    }
+
+private:
+    const unsigned char* at;  // the next entry of the table
+    int left;
+    int columns;
+};
+
+// The link under a column, for a pointer that hovers or clicks; false if there is none.
+inline bool link_at(const unsigned char* record, int column, RecordLink* link) {
+    RecordLinks links(record);
+    while (links.next(link)) {
+        if (link->first <= column && column < link->end) return true;
+    }
+    return false;
+}
+
+// What a pointer over a link of the kind shows; `%s` stands for its argument. Empty for no kind.
+constexpr const char* link_hint(int kind) {
+    constexpr const char* kHints[] = {
+        "",
+        "dialog (ado search)",
+        "dialog (command)",
+        "dialog (net search)",
+        "dialog (net from)",
+        "dialog (search)",
+        "dialog (update from)",
+        "dialog (view)",
+        "clear --more-- condition",
+        "%s",  // an address
+        "adorm %s",
+        "back",
+        "help %s",
+        "help %s",
+        "search %s",
+        "net %s",
+        "ado %s",
+        "update %s",
+        "rnethelp %s",
+        "view %s",
+        "news",
+        "%s",  // a command; 22 if its text came from the net
+        "%s",
+        "%s",  // a command of Lumo; 24 if its text came from the net
+        "%s",
+        "dialog %s",
+        "dialog (Internet Preferences)",
+    };
+    return kind > 0 && kind < int(sizeof kHints / sizeof *kHints) ? kHints[kind] : "";
 }
 
 // The byte of a graphic run as plain text: TT, BT, and the bar `-`; LT, RT `|`; corners `+`.

@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -82,15 +83,10 @@ void add_styled_run(const char* text, int from, int to, unsigned char style) {
 // Adds the record's line from column `from` on.
 void add_line(const unsigned char* record, int from) {
     const char* text = record_text(record);
-    const unsigned char* runs = record_runs(record);
-    const int last_run = runs[0];
-    int start = 0;
-    for (int i = 0; i <= last_run; i++) {
-        const unsigned char style = runs[2 + 2 * i];
-        const int end = runs[3 + 2 * i];
-        const int first = start > from ? start : from;
-        if (end > first) add_styled_run(text, first, end, style);
-        start = end;
+    RecordRuns runs(record);
+    for (RecordRun run; runs.next(&run);) {
+        const int first = std::max(run.first, from);
+        if (run.end > first) add_styled_run(text, first, run.end, run.style);
     }
 }
 

@@ -18,6 +18,8 @@ void render_below_top(OutputStream* s, std::string_view text) {
     s->depth = 0;
 }
 
+constexpr int kMaxOptionColumns = 246;  // the third column, up to 9 behind it, stays below 256
+
 struct Columns {
     int col1, col2, col3, right;
 };
@@ -37,9 +39,9 @@ bool check_columns(const int* numbers, Columns* columns) {
 
 bool dir_p(OutputStream* s, DirectiveCall* call) {
     int numbers[3] = {0, 0, 0};
+    if (call->rest.find_first_of("+-") != std::string_view::npos) return false;  // takes no signs
     if (read_numbers(call, numbers, 3) < 0 || !finish_arguments(call) || call->has_text)
         return false;
-    if (numbers[0] < 0 || numbers[1] < 0 || numbers[2] < 0) return false;
     if (numbers[0] > 255 || numbers[1] > 255) return false;
     start_paragraph(s, numbers[0], numbers[1], numbers[2]);
     return true;
@@ -99,7 +101,7 @@ bool dir_p2col(OutputStream* s, DirectiveCall* call) {
     if (s->column > columns.col2 - 1) {
         end_line(s);
         s->para_line = 0;
-    } else {
+    } else if (s->column < columns.col2 - 1) {
         place_fill(s, ' ', columns.col2 - 1 - s->column, s->style);
         s->after_sentence = 2;  // the second column follows here without a gap
         s->spaces_seen = 0;
@@ -130,7 +132,7 @@ bool dir_synoptset(OutputStream* s, DirectiveCall* call) {
     std::string_view token = next_token(call);
     if (!token.empty() && token != "tabbed") {
         columns = read_number(token);
-        if (columns < 0 || columns > 240) return false;
+        if (columns < 0 || columns > kMaxOptionColumns) return false;
         token = next_token(call);
     }
     if (token == "tabbed") {

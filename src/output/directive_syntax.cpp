@@ -54,16 +54,11 @@ bool argument_fits(char rule, std::string_view args) {
     return rule == '?' || !args.empty();
 }
 
-// In a paragraph a link begins on the line where its first word fits.
+// In a paragraph a link begins on the line where its first word fits, and what stands directly
+// before it, such as a parenthesis, goes with it.
 void place_for_link(OutputStream* s, std::string_view text) {
     if (s->mode != kModeParagraph) return;
-    if (s->word_len > 0) {
-        place_pending_word(s);
-        s->after_sentence = 2;
-    }
-    make_room(s, measure_first_word(s, text));
-    s->after_sentence = 2;
-    s->spaces_seen = 0;
+    begin_at_cursor(s, s->binding > 0 ? measure_text(s, text) : measure_first_word(s, text));
 }
 
 // Arguments of an option: punctuation bare or as command text, the runs between in italics.
@@ -125,7 +120,8 @@ bool dir_link(OutputStream* s, DirectiveCall* call) {
 bool dir_manhelp(OutputStream* s, DirectiveCall* call) {
     const std::string_view name = next_token(call);
     const std::string_view section = next_token(call);
-    if (name.empty() || section.empty() || section == ":" || !finish_arguments(call)) return false;
+    if (name.empty() || name == ":" || section.empty() || section == ":") return false;
+    if (!finish_arguments(call)) return false;
     Expansion e;
     e.add("{help ");
     e.add(name);
@@ -145,7 +141,7 @@ bool dir_opt(OutputStream* s, DirectiveCall* call) {
     const bool has_args = paren != std::string_view::npos;
     if (as_help && !has_args) return false;
     const std::string_view name = text.substr(0, paren);
-    if (name.empty()) return false;
+    if (name.empty() || name[0] == ':') return false;
 
     Expansion e;
     const bool abbreviated = name.find(':') != std::string_view::npos;

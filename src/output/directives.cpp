@@ -286,32 +286,43 @@ constexpr DirectiveRow kRows[] = {
 
 constexpr size_t kRowCount = std::size(kRows);
 
-// The rows in the order of their names, for the search.
-constexpr auto kByName = [] {
-    std::array<uint8_t, kRowCount> order{};
+// Names are looked up by hash: a page of help has several on each line. A slot holds the row's
+// index plus 1; 0 ends a search.
+constexpr size_t kSlots = 512;
+
+constexpr size_t slot_of(std::string_view name) {
+    unsigned hash = 0;
+    for (char c : name) hash = 31 * hash + static_cast<unsigned char>(c);
+    return hash % kSlots;
+}
+
+constexpr auto kSlotRows = [] {
+    std::array<uint8_t, kSlots> slots{};
     for (size_t i = 0; i < kRowCount; i++) {
-        size_t at = i;
-        for (; at > 0 && kRows[i].name < kRows[order[at - 1]].name; at--) order[at] = order[at - 1];
-        order[at] = uint8_t(i);
+        size_t slot = slot_of(kRows[i].name);
+        while (slots[slot] != 0) slot = (slot + 1) % kSlots;
+        slots[slot] = uint8_t(i + 1);
     }
-    return order;
+    return slots;
 }();
 
 constexpr bool names_are_sound() {
     for (size_t i = 0; i < kRowCount; i++) {
         if (kRows[i].name.size() > kMaxDirectiveName) return false;
-        if (i > 0 && kRows[kByName[i]].name == kRows[kByName[i - 1]].name) return false;
+        for (size_t k = 0; k < i; k++) {
+            if (kRows[k].name == kRows[i].name) return false;
+        }
     }
     return kRowCount < 256;
 }
 static_assert(names_are_sound(), "a name stands once and fits the grammar");
 
 const DirectiveRow* find_directive(std::string_view name) {
-    const auto at = std::lower_bound(
-        kByName.begin(), kByName.end(), name,
-        [](uint8_t row, std::string_view wanted) { return kRows[row].name < wanted; });
-    if (at == kByName.end() || kRows[*at].name != name) return nullptr;
-    return &kRows[*at];
+    for (size_t slot = slot_of(name); kSlotRows[slot] != 0; slot = (slot + 1) % kSlots) {
+        const DirectiveRow* row = &kRows[kSlotRows[slot] - 1];
+        if (row->name == name) return row;
+    }
+    return nullptr;
 }
 
 }  // namespace

@@ -91,9 +91,9 @@ void emit_line(OutputStream* s) {
     park_link(s);
     if (s->text_logs.count > 0) write_text_logs(s);
     if (s->sink != nullptr) {
-        if (s->mode == kModeParagraph) s->para_line++;
         uint8_t record[kMaxRecordBytes];
         build_record(s, record);
+        if (s->mode == kModeParagraph) s->para_line++;
         s->sink(s->sink_data, record, kSinkLine);
     }
     if (s->page_lines > 0 && s->more_enabled) {
@@ -161,7 +161,8 @@ void drop_link(OutputStream* s) {
 }
 
 bool add_anchor(OutputStream* s, std::string_view name) {
-    name = name.substr(0, kMaxAnchorName);
+    name = name.substr(0, std::min(name.find('\0'), size_t(kMaxAnchorName)));
+    if (name.empty()) return false;  // would end the list
     const size_t used = size_t(s->anchors_next - s->anchors);
     if (used + name.size() + 2 > kAnchorBytes) return false;
     memcpy(s->anchors_next, name.data(), name.size());
@@ -186,7 +187,7 @@ void build_record(const OutputStream* s, uint8_t* record) {
     add(s->text, size_t(s->column));
     record[at++] = 0;
     put_u16(record, at);
-    record[8] = s->line_mode == kModeParagraph && s->para_line > 1;
+    record[8] = s->line_mode == kModeParagraph && s->para_line > 0;
     record[9] = uint8_t(s->column + 1);
 }
 

@@ -4,6 +4,7 @@
 // the others go on.
 #include "output/log_set.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -74,14 +75,16 @@ bool log_write_file(int fd, std::string_view text) {
 }
 
 bool log_add(LogSet* set, int fd) {
-    for (uint32_t i = 0; i < set->count; i++) {
-        if (set->fd[i] == fd) return true;
-    }
+    if (log_has(*set, fd)) return true;
     if (set->count == kMaxLogs) return false;
     set->fd[set->count] = fd;
     set->alive[set->count] = 1;
     set->count++;
     return true;
+}
+
+bool log_has(const LogSet& set, int fd) {
+    return std::find(set.fd, set.fd + set.count, fd) != set.fd + set.count;
 }
 
 bool log_is_alive(const LogSet& set, int fd) {

@@ -33,6 +33,9 @@ bool log_write_file(int fd, std::string_view text);
 // Adds the file, alive; true if it is there already, false when the set is full.
 bool log_add(LogSet* set, int fd);
 
+// True if the file is there, dead or alive.
+bool log_has(const LogSet& set, int fd);
+
 // True if the file is there and every write to it was whole.
 bool log_is_alive(const LogSet& set, int fd);
 

@@ -1,7 +1,9 @@
 // output/paragraph.cpp - the filler: words in, lines out.
 //
 // The last word of a piece is not placed until something ends it, since a directive may go on with
-// it: {bf:bold}face is one word. Its characters keep their own styles meanwhile.
+// it: {bf:bold}face is one word. Its characters keep their own styles meanwhile. A word that is too
+// long to wait is given up: all of it up to the next blank is placed as it comes (`long_word`), so
+// that its lines do not depend on the pieces that brought it.
 #include "output/render.h"
 
 #include <algorithm>
@@ -49,26 +51,23 @@ void write_pending_word(OutputStream* s) {
 
 // The pending word and a part that ends it; or, for no pending word, the part alone.
 void place_word(OutputStream* s, std::string_view part, uint8_t style) {
-    make_room(s, s->word_len + int(std::min(part.size(), size_t(kMaxLineColumns))));
+    make_room(s, s->word_len + int(part.size()));
     if (s->word_len > 0) write_pending_word(s);
     place_text(s, part, style);
     note_word(s, part.back());
 }
 
-// A word too long to wait for its end: it goes out on a line of its own, and what follows joins it.
+// A word too long to wait for its end: it goes out on a line of its own, cut at the width.
 void give_up_word(OutputStream* s, std::string_view part, uint8_t style) {
     if (!s->line_fresh) end_line(s);
     write_pending_word(s);
     place_text(s, part, style);
     s->after_sentence = 2;
     s->spaces_seen = 0;
+    s->long_word = 1;
 }
 
 void add_to_pending(OutputStream* s, std::string_view part, uint8_t style) {
-    if (size_t(s->word_len) + part.size() > kMaxWordBytes) {
-        give_up_word(s, part, style);
-        return;
-    }
     memcpy(s->word + s->word_len, part.data(), part.size());
     memset(s->word_styles + s->word_len, style, part.size());
     s->word_len += int32_t(part.size());
@@ -85,12 +84,16 @@ void fill_piece(OutputStream* s, std::string_view piece, uint8_t style) {
         }
         const size_t end = piece.find(' ');
         const std::string_view part = piece.substr(0, end);
-        if (end == std::string_view::npos) {
+        if (s->long_word) {
+            place_text(s, part, style);
+        } else if (size_t(s->word_len) + part.size() > kMaxWordBytes) {
+            give_up_word(s, part, style);
+        } else if (end == std::string_view::npos) {
             add_to_pending(s, part, style);
-            return;
+        } else {
+            place_word(s, part, style);
         }
-        place_word(s, part, style);
-        piece.remove_prefix(end);
+        piece.remove_prefix(part.size());
     }
 }
 
@@ -127,6 +130,7 @@ void fill_text(OutputStream* s, std::string_view text, uint8_t style) {
 }
 
 void place_pending_word(OutputStream* s) {
+    s->long_word = 0;
     if (s->word_len == 0) return;
     const char last = s->word[s->word_len - 1];
     make_room(s, s->word_len);
@@ -141,6 +145,13 @@ void make_room(OutputStream* s, int n) {
     } else {
         place_fill(s, ' ', gap, s->space_style);
     }
+}
+
+void begin_at_cursor(OutputStream* s, int n) {
+    if (!s->long_word) make_room(s, s->word_len + n);
+    if (s->word_len > 0) write_pending_word(s);
+    s->after_sentence = 2;
+    s->spaces_seen = 0;
 }
 
 int cursor_column(const OutputStream* s) {

@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "core/poll.h"
@@ -181,14 +182,10 @@ ReturnCode out_rule(int level) {
 
 ReturnCode out_hilite(int level, std::string_view text) {
     if (!shows()) return drop();
-    const std::string_view open = level > 1 ? "{hilite:" : "^";
-    out_raw(print_state.current, open);
-    if (level > 1) {
-        out_raw(print_state.current, text);
-    } else {
-        out_literal(print_state.current, text);
-    }
-    return out_tmrk(level > 1 ? "}" : "^");
+    if (level > 1) return out_tmrk("{hilite:" + std::string(text) + "}");  // one call, any length
+    out_raw(print_state.current, "^");
+    out_literal(print_state.current, text);
+    return out_tmrk("^");
 }
 
 ReturnCode out_error(std::string_view text) {
@@ -222,7 +219,6 @@ ReturnCode out_page_text(std::string_view text) {
 }
 
 ReturnCode out_page_input(std::string_view text) {
-    if (!shows()) return pending_code();
     const LevelGuard guard(kLevelInput);
     return out_page_text(text);
 }

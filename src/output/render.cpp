@@ -15,18 +15,37 @@ namespace {
 
 constexpr int kMaxDepth = 100;  // directives inside each other; deeper ones show as text
 
-// Position of the brace that closes the one at text[0]; npos if there is none.
-size_t closing_brace(std::string_view text) {
-    int open = 0;
-    for (size_t i = 0; i < text.size(); i++) {
-        if (text[i] == '{') open++;
-        if (text[i] == '}' && --open == 0) return i;
-    }
-    return std::string_view::npos;
-}
+// Finds the closing braces of one chunk. The scan that finds that a brace stays open also sees
+// which of those behind it do, and keeps the first of them: with a scan for each, a long text of
+// such braces would take minutes.
+struct BraceFinder {
+    static constexpr size_t kKept = 256;
+    size_t next = 0;         // of the kept ones, the first not passed yet
+    size_t count = 0;        // kept
+    size_t from_end[kKept];  // bytes from the brace to the end of the chunk
 
-// False if the brace at chunk[0] is text however it closes. Without this look ahead a long text of
-// braces, each of them scanned to its end, would take minutes.
+    // Position of the brace that closes the one at rest[0]; npos if there is none. `rest` is what
+    // is left of the chunk.
+    size_t closing(std::string_view rest) {
+        while (next < count && from_end[next] > rest.size()) next++;
+        const bool keep = next == count;  // else those ahead of the next kept one do close
+        if (!keep && from_end[next] == rest.size()) return std::string_view::npos;
+        size_t open = 0;
+        for (size_t i = 0; i < rest.size(); i++) {
+            if (rest[i] == '{') {
+                if (keep && open > 0 && open <= kKept) from_end[open - 1] = rest.size() - i;
+                open++;
+            } else if (rest[i] == '}' && --open == 0) {
+                return i;
+            }
+        }
+        next = 0;
+        count = std::min(open - 1, kKept);
+        return std::string_view::npos;
+    }
+};
+
+// False if the brace at chunk[0] is text however it closes: a long chunk need not be scanned then.
 bool worth_closing(const OutputStream* s, std::string_view chunk) {
     if (s->depth >= kMaxDepth) return false;
     return chunk.size() < kHeldBytes || may_be_directive(chunk.substr(1));
@@ -85,13 +104,14 @@ std::string_view render_chunk(OutputStream* s, std::string_view chunk) {
         out_stream_set_mode(s, kModeLine);
         return {};
     }
+    BraceFinder braces;
     while (!chunk.empty()) {
         const size_t brace = chunk.find('{');
         write_text(s, chunk.substr(0, brace), s->style);
         if (brace == std::string_view::npos) break;
         chunk.remove_prefix(brace);
 
-        const size_t close = worth_closing(s, chunk) ? closing_brace(chunk)
+        const size_t close = worth_closing(s, chunk) ? braces.closing(chunk)
                                                      : std::string_view::npos;
         const uint32_t changes = s->mode_changes;
         if (close == std::string_view::npos) {
@@ -131,15 +151,20 @@ std::string_view render_held(OutputStream* s, std::string_view chunk) {
     return chunk.substr(taken);
 }
 
-// Length of the first line, its LF included; a LF inside braces that close ends none.
+// Length of the first line, its LF included; a LF inside braces ends none if they close soon, as
+// those of a directive do.
 size_t line_length(std::string_view chunk) {
     int open = 0;
+    size_t first = std::string_view::npos;  // LF inside braces
     for (size_t i = 0; i < chunk.size(); i++) {
         if (chunk[i] == '{') open++;
         if (chunk[i] == '}' && open > 0) open--;
-        if (chunk[i] == '\n' && open == 0) return i + 1;
+        if (chunk[i] == '\n') {
+            if (open == 0) return i + 1;
+            first = std::min(first, i);
+        }
+        if (first < i && i - first > kHeldBytes) break;
     }
-    const size_t first = open == 0 ? std::string_view::npos : chunk.find('\n');
     return first == std::string_view::npos ? chunk.size() : first + 1;
 }
 

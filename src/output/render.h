@@ -45,6 +45,10 @@ void place_pending_word(OutputStream* s);
 // Breaks the line, or writes the gap, so that n columns of a word fit at the cursor.
 void make_room(OutputStream* s, int n);
 
+// The cursor's place for what cannot wait as part of a word: the pending word is placed, or else
+// the gap, on a line that has room for n more columns. What is written next follows without a gap.
+void begin_at_cursor(OutputStream* s, int n);
+
 // Where the next character would go: the cursor behind the pending word.
 int cursor_column(const OutputStream* s);
 

@@ -106,7 +106,7 @@ std::string_view weight_directive(uint8_t style) {
 
 // What a log must hold to be read from here on: the style and the mode in force. False when the
 // write came up short.
-bool write_preamble(OutputStream* s, int fd) {
+bool write_preamble(const OutputStream* s, int fd) {
     const uint8_t style = s->line_fresh ? s->style : s->runs[2];
     std::string_view mode = "";
     char paragraph[64];
@@ -203,6 +203,7 @@ OutputStream* out_stream_new() {
 void out_stream_close(OutputStream* s) {
     if (s == nullptr) return;
     out_stream_set_mode(s, kModeNone);
+    s->closed = 1;
     if (s->sink != nullptr) {
         s->sink(s->sink_data, nullptr, kSinkFlush);
         s->sink(s->sink_data, nullptr, kSinkClose);
@@ -256,6 +257,7 @@ void out_stream_set_mode(OutputStream* s, uint32_t mode) {
         s->blank_after_para = 1;
         s->saved_width = s->width;
         s->link_in_word = 0;
+        s->long_word = 0;
     }
     start_line(s);
 }
@@ -322,8 +324,10 @@ void out_literal_newlines(uint8_t* state, OutputStream* s, std::string_view byte
 }
 
 bool out_log_attach(OutputStream* s, int fd, LogOp op) {
+    const bool is_there = log_has(s->tmrk_logs, fd);
     const bool is_dead = op != LogOp::Add && !log_is_alive(s->tmrk_logs, fd);
     if (!change_log_set(s, &s->tmrk_logs, s->tmrk_log_buffer, fd, op)) return false;
+    if (op == LogOp::Add && is_there) return true;
     // Nothing goes behind the place where a log broke off.
     if (!is_dead && !write_preamble(s, fd)) log_mark_dead(&s->tmrk_logs, fd);
     return true;

@@ -75,6 +75,7 @@ struct OutputStream {
     char word[kMaxWordBytes];
     uint8_t word_styles[kMaxWordBytes];
     uint8_t link_in_word = 0;  // a link is open over that word
+    uint8_t long_word = 0;     // paragraph: a word longer than `word` is being placed as it comes
     int32_t p2_col1 = 1;
     int32_t p2_col2 = 31;
     int32_t p2_col3 = 35;
@@ -137,8 +138,8 @@ void out_literal_newlines(uint8_t* state, OutputStream* s, std::string_view byte
 enum class LogOp : uint8_t { Add = 1, Remove = 2, RemoveUnflushed = 3 };
 
 // Adds or removes a file of the source text, with the preamble that lets it be read from there on;
-// and of the rendered lines. False: the set is full, the file was not there, or the stream is
-// closed.
+// and of the rendered lines. Adding one that is there does nothing. False: the set is full, the
+// file was not there, or the stream is closed.
 bool out_log_attach(OutputStream* s, int fd, LogOp op);
 bool out_text_log_attach(OutputStream* s, int fd, LogOp op);
 

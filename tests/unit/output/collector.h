@@ -33,16 +33,16 @@ struct Line {
 inline Line read_record(const uint8_t* record) {
     Line line;
     line.text = record_text(record);
-    line.continued = record[8] != 0;
-    const uint8_t* p = record + 10;
-    for (int n = *p++; n > 0; n--, p += 4 + p[3]) {
-        line.links.push_back({p[0], p[1], p[2], reinterpret_cast<const char*>(p + 4)});
+    line.continued = record_continues(record);
+    RecordLinks links(record);
+    for (RecordLink link; links.next(&link);) {
+        line.links.push_back({link.first, link.end, link.kind, link.argument});
     }
-    for (auto a = reinterpret_cast<const char*>(record_anchors(record)); *a; a += strlen(a) + 1) {
-        line.anchors.emplace_back(a);
+    for (const char* name = record_anchors(record); *name != 0; name = next_anchor(name)) {
+        line.anchors.emplace_back(name);
     }
-    const uint8_t* run = record_runs(record);
-    for (int i = 0; i <= run[0]; i++) line.runs.push_back({run[2 + 2 * i], run[3 + 2 * i]});
+    RecordRuns runs(record);
+    for (RecordRun run; runs.next(&run);) line.runs.push_back({run.style, run.end});
     return line;
 }
 

@@ -43,6 +43,16 @@ TEST_F(Print, QuietDropsAllButErrorsAndInput) {
     EXPECT_EQ(collector.text(), "fault|");
 }
 
+TEST_F(Print, PagedInputShowsUnderQuietly) {
+    session.OutputThreshold = kThresholdQuiet;
+    out_page_text("text\n");
+    out_page_input("typed\n");
+    session.OutputThreshold = kThresholdCapture;
+    out_page_input("more\n");
+    EXPECT_EQ(session.MessageLevel, kLevelResult);
+    EXPECT_EQ(collector.text(), "typed|");
+}
+
 TEST_F(Print, LiteralTextKeepsItsBraces) {
     out_text("{res}a} {\n");
     out_tmrk("{c 65}\n");

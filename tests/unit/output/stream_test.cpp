@@ -10,6 +10,7 @@
 
 #include "core/session.h"
 #include "core/settings.h"
+#include "output/line.h"
 #include "unit/output/collector.h"
 
 namespace korva {
@@ -301,6 +302,131 @@ TEST(Stream, ParagraphLinksBeginWhereTheyFit) {
     EXPECT_EQ(c.lines[1].links, (std::vector<Link>{{0, 9, 12, "t"}}));
 }
 
+TEST(Stream, WhatTouchesALinkGoesAlong) {
+    Collector c(40);
+    c.feed("{p}" + std::string(35, 'x') + " ({help t:link text}) ({bind:{help u:a b}})\n\n");
+    ASSERT_GE(c.lines.size(), 2u);
+    EXPECT_EQ(c.lines[1].text, "(link text) (a b)");
+    EXPECT_EQ(c.lines[1].links, (std::vector<Link>{{1, 10, 12, "t"}, {13, 16, 12, "u"}}));
+    Collector d(40);  // 36, a blank and "(a" would fit; bound, "(a b" does not
+    d.feed("{p}" + std::string(36, 'x') + " ({bind:{help u:a b}})\n\n");
+    EXPECT_EQ(d.lines[1].text, "(a b)");
+}
+
+// A word of 255 bytes waits, a longer one is placed as it comes: on a line of its own, cut at the
+// width, whatever the pieces. One blank follows it, also behind a full stop.
+TEST(Stream, AWordTooLongToWaitIsCutTheSameFromAnyPieces) {
+    const std::string word(299, 'w');
+    const std::string wanted = "ab|" + word.substr(0, 79) + "|> " + word.substr(0, 77) + "|> " +
+                               word.substr(0, 77) + "|> " + word.substr(0, 66) + ". cd||";
+    for (size_t step : {1u, 100u, 160u, 254u, 255u, 256u, 400u}) {
+        Collector c;
+        c.feed("{p}ab ");
+        const std::string text = word + ".  cd\n";
+        for (size_t at = 0; at < text.size(); at += step) c.feed(text.substr(at, step));
+        EXPECT_EQ(c.text(), wanted) << step;
+    }
+    Collector c;  // a link in it stays where it is
+    c.feed("{p}" + word + "{help t:go}x {help u:on}\n");
+    c.text();
+    ASSERT_EQ(c.lines.size(), 5u);
+    EXPECT_EQ(c.lines[3].links, (std::vector<Link>{{68, 70, 12, "t"}, {72, 74, 12, "u"}}));
+}
+
+// Scanning for the end of each open brace would take minutes here.
+TEST(Stream, ALongTextOfOpenBracesIsQuick) {
+    std::string text;
+    for (int i = 0; i < 20000; i++) text += "{it:{bf:x}";
+    Collector c(255);
+    c.feed(text + "{res:y}\n{p}\n");
+    size_t open = 0;
+    for (const Line& line : c.lines) {
+        for (char byte : line.text) open += byte == '{';
+    }
+    EXPECT_EQ(open, 20000u);
+    std::string lines = "{p}\n";
+    for (int i = 0; i < 20000; i++) lines += "{\n";
+    c.feed(lines);
+}
+
+TEST(Stream, ArgumentsThatTheGrammarRefuses) {
+    const char*
+        text = "{p +4}{p 4 -1}{opt:ab}{manhelp :x y}{marker}{synoptset 247}{hline x}{ul}{*}";
+    EXPECT_EQ(shown(std::string(text) + "\n", 120), std::string(text) + "|");
+    EXPECT_EQ(shown("{hline +2}{hline -77}{synoptset 246 tabbed}{* +}{col -4}|\n"), "--||");
+}
+
+TEST(Stream, APartialParagraphLineTellsThatItContinues) {
+    Collector c(40);
+    c.feed("{p}" + std::string(30, 'x') + " " + std::string(30, 'y') + " z");
+    out_stream_flush(c.s);
+    ASSERT_EQ(c.partial.size(), 1u);
+    EXPECT_EQ(c.partial[0].text, std::string(30, 'y'));
+    EXPECT_TRUE(c.partial[0].continued);
+}
+
+TEST(Record, ReadersAnswerAPointer) {
+    struct Last {
+        uint8_t record[kMaxRecordBytes];
+    } last;
+    Collector c;
+    out_stream_set_sink(
+        c.s,
+        [](void* to, const uint8_t* record, int code) {
+            if (code != kSinkLine && code != kSinkPartial) return 0;
+            memcpy(to, record, size_t(record_length(record)));
+            return 0;
+        },
+        &last);
+    c.feed("a {help x y:link}{back:b} {marker m}c\n");
+    RecordLink link;
+    EXPECT_FALSE(link_at(last.record, 1, &link));
+    ASSERT_TRUE(link_at(last.record, 5, &link));
+    EXPECT_EQ(link.kind, 12);
+    EXPECT_STREQ(link.argument, "x y");
+    EXPECT_STREQ(link_hint(link.kind), "help %s");
+    ASSERT_TRUE(link_at(last.record, 6, &link));
+    EXPECT_STREQ(link_hint(link.kind), "back");
+    EXPECT_STREQ(link_hint(27), "");
+    EXPECT_STREQ(record_anchors(last.record), "m");
+    out_stream_set_mode(c.s, kModeOldHelp);
+    open_link(c.s, 26, "");
+    c.feed("");
+    place_text(c.s, "text", kStyleLink);
+    out_stream_flush(c.s);  // the link is open: it reaches to the end of what there is
+    ASSERT_TRUE(link_at(last.record, 3, &link));
+    EXPECT_EQ(link.end, 4);
+    EXPECT_STREQ(link_hint(link.kind), "dialog (Internet Preferences)");
+    out_stream_set_sink(c.s, Collector::take, &c);
+}
+
+// Byte for byte: lengths, positions, table, anchors, runs, text.
+TEST(Record, HasItsBytes) {
+    std::string bytes;
+    {
+        Collector c;
+        out_stream_set_sink(
+            c.s,
+            [](void* to, const uint8_t* record, int code) {
+                if (code == kSinkLine) {
+                    static_cast<std::string*>(to)->assign(reinterpret_cast<const char*>(record),
+                                                          size_t(record_length(record)));
+                }
+                return 0;
+            },
+            &bytes);
+        c.feed("{marker m}a{net x:b}{c TLC}\n");
+        out_stream_set_sink(c.s, Collector::take, &c);
+    }
+    const std::string_view wanted(
+        "\x22\0\x13\0\x16\0\x1e\0\0\x04"  // 34 bytes; anchors at 19, runs at 22, text at 30
+        "\x01\x01\x02\x0f\x02x\0\0\0"     // one link: columns 1 to 2, kind 15, "x"
+        "m\0\0"
+        "\x02\0\x02\x01\x06\x02\x82\x03",
+        10 + 9 + 3 + 8);
+    EXPECT_EQ(bytes, std::string(wanted) + std::string("ab\b\0", 4));
+}
+
 TEST(Stream, TwoColumns) {
     EXPECT_EQ(
         shown("{p2colset 3 10 12 0}{p2col:ab}text{p_end}\n{p2col:too long here}text{p_end}\n"),
@@ -413,6 +539,24 @@ TEST(StreamLogs, APreambleTellsTheParagraph) {
         ASSERT_TRUE(out_log_attach(c.s, fileno(file), LogOp::Add));
     }
     EXPECT_EQ(contents(file).substr(0, 13), "{tmrk}\r\n{err}");
+    fclose(file);
+}
+
+TEST(StreamLogs, AFileThatIsThereIsNotAddedAgain) {
+    FILE* file = tmpfile();
+    FILE* full = fopen("/dev/full", "w");
+    {
+        Collector c;
+        ASSERT_TRUE(out_log_attach(c.s, fileno(file), LogOp::Add));
+        ASSERT_TRUE(out_log_attach(c.s, fileno(file), LogOp::Add));
+        EXPECT_EQ(c.s->tmrk_logs.count, 1u);
+        if (full != nullptr) {  // its preamble comes up short
+            ASSERT_TRUE(out_log_attach(c.s, fileno(full), LogOp::Add));
+            EXPECT_FALSE(log_is_alive(c.s->tmrk_logs, fileno(full)));
+        }
+    }
+    EXPECT_EQ(contents(file), "{tmrk}\r\n{txt}{sf}{ul off}");
+    if (full != nullptr) fclose(full);
     fclose(file);
 }
 
