@@ -37,15 +37,15 @@ void check_record(const uint8_t* record, int width, bool finished) {
     require(columns <= width && record_u16(record, 6) + columns + 1 == length);
     require(record[length - 1] == 0 && length <= kMaxRecordBytes);
     int column = 0;
-    RecordRuns runs(record);
-    for (RecordRun run; runs.next(&run);) {
+    RunReader runs = record_runs(record);
+    for (RecordRun run; next_run(&runs, &run);) {
         require(run.first == column && run.end >= column);
         column = run.end;
     }
     require(column == columns);
     column = 0;
-    RecordLinks links(record);
-    for (RecordLink link; links.next(&link);) {
+    LinkReader links = record_links(record);
+    for (RecordLink link; next_link(&links, &link);) {
         require(column <= link.first && link.first <= link.end && link.end <= columns);
         require(link.first < link.end || !finished);  // its first word may not be placed yet
         require(link.kind > 0 && *link_hint(link.kind) != 0);

@@ -7,18 +7,16 @@
 //   6-7    u16 position of the text
 //   8      u8  1 if the line continues a paragraph
 //   9      u8  text length + 1
-//   10     link table: u8 count; per link u8 first column, u8 column behind the last (0 while
-//   open),
+//   10     link table: u8 count; per link u8 first column, u8 column behind the last (0: open),
 //          u8 kind, u8 length of the argument with its NUL, the argument; two zero bytes end it
 //   then   anchors: NUL-terminated strings, closed by an empty one
-//   then   style runs: u8 index of the last run, u8 start column (0), per run u8 style, u8 column
-//   behind
-//          its end
+//   then   style runs: u8 index of the last run, u8 start column (0); per run u8 style, u8 column
+//          behind its end
 //   then   text, NUL-terminated
 //
 // A sink reads it so; nothing is copied, and all points into the record:
-//   RecordRuns runs(record);    for (RecordRun run; runs.next(&run);) ...
-//   RecordLinks links(record);  for (RecordLink link; links.next(&link);) ...
+//   RunReader runs = record_runs(record);    for (RecordRun run; next_run(&runs, &run);) ...
+//   LinkReader links = record_links(record); for (RecordLink link; next_link(&links, &link);) ...
 //   for (const char* name = record_anchors(record); *name != 0; name = next_anchor(name)) ...
 #pragma once
 
@@ -79,23 +77,22 @@ struct RecordRun {
     uint8_t style = 0;
 };
 
-class RecordRuns {
-public:
-    explicit RecordRuns(const unsigned char* record)
-        : at(record + record_u16(record, 4) + 2), left(at[-2] + 1) {}
-
-    // The next run; false behind the last.
-    bool next(RecordRun* run) {
-        if (left-- <= 0) return false;
-        *run = {at[-1], at[1], at[0]};  // it starts where the one before it ended
-        at += 2;
-        return true;
-    }
-
-private:
+struct RunReader {
     const unsigned char* at;  // style and end of the next run
-    int left;
+    int left;                 // runs not read yet
 };
+inline RunReader record_runs(const unsigned char* record) {
+    const unsigned char* runs = record + record_u16(record, 4);
+    return {runs + 2, runs[0] + 1};
+}
+
+// Reads the next run; false behind the last.
+inline bool next_run(RunReader* runs, RecordRun* run) {
+    if (runs->left-- <= 0) return false;
+    *run = {runs->at[-1], runs->at[1], runs->at[0]};  // it starts where the one before it ended
+    runs->at += 2;
+    return true;
+}
 
 // Columns [first, end) that are a link. A link that wraps has one on each of its lines.
 struct RecordLink {
@@ -105,29 +102,29 @@ struct RecordLink {
     const char* argument = nullptr;  // as typed, NUL-terminated; empty if there is none
 };
 
-class RecordLinks {
-public:
-    explicit RecordLinks(const unsigned char* record)
-        : at(record + 11), left(record[10]), columns(record_text_length(record)) {}
-
-    // The next link, from left to right; false behind the last.
-    bool next(RecordLink* link) {
-        if (left-- <= 0) return false;
-        *link = {at[0], at[1] != 0 ? at[1] : columns, at[2], reinterpret_cast<const char*>(at + 4)};
-        at += 4 + at[3];
-        return true;
-    }
-
-private:
+struct LinkReader {
     const unsigned char* at;  // the next entry of the table
-    int left;
-    int columns;
+    int left;                 // entries not read yet
+    int columns;              // of the text
 };
+inline LinkReader record_links(const unsigned char* record) {
+    return {record + 11, record[10], record_text_length(record)};
+}
+
+// Reads the next link, from left to right; false behind the last.
+inline bool next_link(LinkReader* links, RecordLink* link) {
+    if (links->left-- <= 0) return false;
+    const unsigned char* entry = links->at;
+    *link = {entry[0], entry[1] != 0 ? entry[1] : links->columns, entry[2],
+             reinterpret_cast<const char*>(entry + 4)};
+    links->at += 4 + entry[3];
+    return true;
+}
 
 // The link under a column, for a pointer that hovers or clicks; false if there is none.
 inline bool link_at(const unsigned char* record, int column, RecordLink* link) {
-    RecordLinks links(record);
-    while (links.next(link)) {
+    LinkReader links = record_links(record);
+    while (next_link(&links, link)) {
         if (link->first <= column && column < link->end) return true;
     }
     return false;

@@ -83,8 +83,8 @@ void add_styled_run(const char* text, int from, int to, unsigned char style) {
 // Adds the record's line from column `from` on.
 void add_line(const unsigned char* record, int from) {
     const char* text = record_text(record);
-    RecordRuns runs(record);
-    for (RecordRun run; runs.next(&run);) {
+    RunReader runs = record_runs(record);
+    for (RecordRun run; next_run(&runs, &run);) {
         const int first = std::max(run.first, from);
         if (run.end > first) add_styled_run(text, first, run.end, run.style);
     }

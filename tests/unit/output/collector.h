@@ -34,15 +34,15 @@ inline Line read_record(const uint8_t* record) {
     Line line;
     line.text = record_text(record);
     line.continued = record_continues(record);
-    RecordLinks links(record);
-    for (RecordLink link; links.next(&link);) {
+    LinkReader links = record_links(record);
+    for (RecordLink link; next_link(&links, &link);) {
         line.links.push_back({link.first, link.end, link.kind, link.argument});
     }
     for (const char* name = record_anchors(record); *name != 0; name = next_anchor(name)) {
         line.anchors.emplace_back(name);
     }
-    RecordRuns runs(record);
-    for (RecordRun run; runs.next(&run);) line.runs.push_back({run.style, run.end});
+    RunReader runs = record_runs(record);
+    for (RecordRun run; next_run(&runs, &run);) line.runs.push_back({run.style, run.end});
     return line;
 }
 
