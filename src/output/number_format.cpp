@@ -344,23 +344,22 @@ struct FormatReader {
     }
 };
 
-bool is_date_detail(char c) {
-    return c != 0 && strchr("cClLmMnNdDjJhHqQyYwWsS_.,:;-/\\'!+", c) != nullptr;
-}
-
 bool read_date(FormatReader* reader, Format* format) {
+    char unit = 'd';
     if (reader->take('t')) {
-        const char unit = reader->peek();
-        if (unit == 0 || strchr("dwmqhy", unit) == nullptr) return false;
-        format->unit = unit;
-        reader->at++;
-    } else if (!reader->take('d')) {
-        return false;
+        unit = reader->peek();
+        reader->at += unit != 0;
+        if (unit == 'g') {
+            format->kind = FormatKind::General;
+            format->width = kDefaultFormat.width;
+            return true;
+        }
+    } else {
+        reader->take('d');
     }
-    while (is_date_detail(reader->peek())) reader->at++;
-    format->kind = FormatKind::Date;
-    format->width = date_width(format->unit);
-    return true;
+    const int n = parse_date_details(reader->text.substr(reader->at), unit, format);
+    reader->at += size_t(std::max(n, 0));
+    return n >= 0;
 }
 
 bool read_letter_only(FormatReader* reader, Format* format) {
@@ -401,7 +400,7 @@ bool read_format(FormatReader* reader, Format* format) {
     if (!format->left) format->centre = reader->take('~');
     const char first = reader->peek();
     if (first == 'd' || first == 't') return !format->centre && read_date(reader, format);
-    format->zero_pad = first == '0';
+    format->zero_pad = reader->take('0');
     format->width = reader->take_number();
     if (format->width < 1 || format->width > kMaxFormatWidth) return false;
     const char next = reader->peek();
@@ -416,7 +415,7 @@ int parse_format(std::string_view text, Format* format) {
     *format = Format{};
     FormatReader reader{text};
     if (!read_format(&reader, format)) {
-        format->kind = FormatKind::Bad;
+        *format = Format{};
         return 0;
     }
     return int(reader.at);
@@ -436,8 +435,8 @@ void format_number(NumberText* out, const Format& format, double value) {
         return;
     }
     if (format.kind == FormatKind::Date) {
-        char text[32];
-        const int n = format_date(text, format.unit, value);
+        char text[kMaxFormatWidth];
+        const int n = format_date(text, format, value);
         if (n > 0) {
             justify(out, text, n, format.width, format.left);
         } else {

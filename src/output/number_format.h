@@ -12,6 +12,7 @@
 namespace korva {
 
 constexpr int kMaxFormatWidth = 244;  // the longest string value
+constexpr int kMaxDateDetails = 40;   // bytes of codes behind %td
 
 struct NumberText {
     int length = 0;
@@ -40,23 +41,25 @@ struct Format {
     bool groups = false;       // the c behind the letter
     bool low_first = false;    // %16L and %8L
     char unit = 'd';           // of a date: d w m q h y
-    int width = 0;
+    uint8_t n_details = 0;     // of a date: how many of `details` count
+    int width = 0;             // of a date: the most columns that its details can take
     int decimals = 0;
+    char details[kMaxDateDetails] = {};  // of a date: its codes, those of the short form included
 };
 
 // Takes the format at the start of the text apart; returns its length in bytes, 0 if there is none.
-// A date format takes all the letters and signs that follow it as its details.
+// A date format takes all the codes that follow it as its details; %tg is %9.0g.
 int parse_format(std::string_view text, Format* format);
 
 // The value as the format shows it, into *out; a kind that shows no numbers counts as %9.0g.
 void format_number(NumberText* out, const Format& format, double value);
 void format_number(NumberText* out, std::string_view format, double value);
 
-// output/date_format.cpp: the short form of a date or period, such as 01jan1960 or 1960q1. The
-// value counts units since 1960 began. Returns the length, 0 when no calendar has the date.
-int format_date(char* out, char unit, double value);
-
-// Columns of the short form.
-int date_width(char unit);
+// output/date_format.cpp. parse_date_details: what follows %d (unit d) or %t and the letter of its
+// unit; returns how many bytes are codes, -1 when the unit or the details are none. format_date:
+// the date or period of the value, which counts units as calendar.h tells, without padding. Returns
+// the length, at most the format's width, and 0 when no calendar has the date.
+int parse_date_details(std::string_view text, char unit, Format* format);
+int format_date(char* out, const Format& format, double value);
 
 }  // namespace korva

@@ -1,8 +1,9 @@
-"""The written rules of the number formats, worked out a second time, in decimal arithmetic.
+"""The written rules of the formats, worked out a second time: decimal arithmetic, another calendar.
 
-formatted(format, value) is what a format shows. cases(n) gives n pairs of a format and a value, the
+formatted(format, value) is what a format shows, with `set dp comma` if asked. cases(n) gives n pairs of a format and a value, the
 same in every run, that lie where the rules part: carries, widths that overflow, missing values.
 """
+import datetime
 import math
 import random
 import re
@@ -151,14 +152,75 @@ def hexadecimal(value):
             f"X{'-' if power < 0 else '+'}{abs(power):03x}")
 
 
-def formatted(text, value):
+EPOCH = datetime.date(1960, 1, 1)
+PERIODS = {"w": 52, "m": 12, "q": 4, "h": 2}
+# What each code of a date shows, and the most columns that it takes.
+DATE_CODES = {
+    "C": (lambda day, week: f"{day.year // 100:02}", 2), "c": (lambda day, week: f"{day.year // 100}", 2),
+    "Y": (lambda day, week: f"{day.year % 100:02}", 2), "y": (lambda day, week: f"{day.year % 100}", 2),
+    "N": (lambda day, week: f"{day.month:02}", 2), "n": (lambda day, week: f"{day.month}", 2),
+    "D": (lambda day, week: f"{day.day:02}", 2), "d": (lambda day, week: f"{day.day}", 2),
+    "J": (lambda day, week: f"{day:%j}", 3), "j": (lambda day, week: f"{day:%j}".lstrip("0"), 3),
+    "W": (lambda day, week: f"{week:02}", 2), "w": (lambda day, week: f"{week}", 2),
+    "q": (lambda day, week: f"{(day.month + 2) // 3}", 1), "Q": (lambda day, week: f"{(day.month + 2) // 3}", 1),
+    "h": (lambda day, week: "12"[day.month > 6], 1), "H": (lambda day, week: "12"[day.month > 6], 1),
+    "M": (lambda day, week: f"{day:%B}", 9), "m": (lambda day, week: f"{day:%b}", 3),
+    "L": (lambda day, week: f"{day:%B}".lower(), 9), "l": (lambda day, week: f"{day:%b}".lower(), 3),
+    "A": (lambda day, week: f"{day:%A}", 9), "a": (lambda day, week: f"{day:%a}", 3),
+    "E": (lambda day, week: f"{day:%A}".lower(), 9), "e": (lambda day, week: f"{day:%a}".lower(), 3),
+    "_": (lambda day, week: " ", 1),
+    **{mark: (lambda day, week, mark=mark: mark, 1) for mark in ".,:;-/\\"},
+}
+SHORT_FORMS = {"d": "DlcY", "w": "cY!ww", "m": "cY!mn", "q": "cY!qq", "h": "cY!hh", "y": "cY"}
+
+
+def date_of(unit, value):
+    """The first day of the unit that the value stands in, and its week; none outside the calendar."""
+    try:
+        if unit == "d":
+            day = EPOCH + datetime.timedelta(days=math.floor(value))
+        elif unit == "y":
+            day = datetime.date(math.floor(value), 1, 1)
+        else:
+            years, part = divmod(math.floor(value), PERIODS[unit])
+            day = datetime.date(1960 + years, 1 if unit == "w" else part * 12 // PERIODS[unit] + 1, 1)
+            day += datetime.timedelta(days=7 * part if unit == "w" else 0)
+    except (OverflowError, ValueError):
+        return None
+    return (day, min(52, (day.timetuple().tm_yday + 6) // 7)) if day.year >= 100 else None
+
+
+def date_formatted(text, value):
+    left, unit, codes = re.fullmatch(r"%(-?)(?:d|t([dwmqhy]))(.*)", text).groups()
+    unit = unit or "d"
+    codes = re.findall(r"!.|.", codes or SHORT_FORMS[unit])
+    width = sum(1 if code[0] == "!" else DATE_CODES[code][1] for code in codes)
+    date = missing_letter(value) is None and date_of(unit, value)
+    if date:
+        shown = "".join(code[1] if code[0] == "!" else DATE_CODES[code][0](*date) for code in codes)
+    else:
+        shown = missing_letter(value) or "."
+    return shown.ljust(width) if left else shown.rjust(width)
+
+
+def bytes_shown(letter, width, value):
+    order = ">" if letter == "H" else "<"
+    if width == 8 and missing_letter(value):  # a float keeps which of the 27 it is
+        code = (" " + LETTERS).index((missing_letter(value) + " ")[1])
+        return struct.pack(order + "I", 0x7F000000 + code * 0x800)
+    return struct.pack(order + "fd"[width == 16], value)
+
+
+def formatted(text, value, dp_comma=False):
+    if re.match("%-?[dt]", text):
+        return date_formatted(text, value)
     left, zeros, width, mark, decimals, letter, commas = re.fullmatch(
         r"%(-?)(0?)(\d+)(?:([.,])(\d+))?([fegxHL])(c?)", text).groups()
     given, left = int(width), bool(left)
     if letter == "x":
         shown = hexadecimal(value)
     elif letter in "HL":
-        shown = struct.pack((">" if letter == "H" else "<") + "fd"[given == 16], value).hex()
+        shown = bytes_shown(letter, given, value).hex()
     elif missing_letter(value):
         shown = missing_letter(value)
     else:
@@ -172,16 +234,34 @@ def formatted(text, value):
             shown = fixed_form(number, negative, left, width, decimals, zeros and not commas, commas)
         else:
             shown = general_form(number, negative, left, width, decimals, commas)
-        if mark == ",":
+        if mark == "," or dp_comma:
             shown = shown.translate(str.maketrans(".,", ",."))
     return shown.ljust(given) if left else shown.rjust(given)
+
+
+def date_case(choose):
+    unit = choose.choice("dwmqhy")
+    letters = "".join(choose.choice([*DATE_CODES, "!x", "!!", "!7"])
+                      for _ in range(choose.choice([0, 0, 1, 2, 3, 4, 6, 9])))
+    letters = letters.replace("//", "/").replace("/*", "/")  # comments in a do-file
+    form = f"%{choose.choice(['', '-'])}{choose.choice(['t', 't', '']) if unit == 'd' else 't'}{unit}{letters}"
+    if choose.random() < 0.05:
+        return form, missing(choose.randrange(27))
+    if unit == "y":
+        return form, float(choose.randint(90, 10010))
+    units = {"d": 365.2425, **PERIODS}[unit]
+    years = choose.choice([choose.uniform(-1862, 8042), choose.uniform(-60, 60)])
+    return form, choose.choice([math.floor, lambda x: round(4 * x) / 4])(years * units)
 
 
 def cases(n, seed=9):
     choose = random.Random(seed)
     for _ in range(n):
         kind = choose.random()
-        width = choose.choice([1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 12, 14, 18, 22, 26, 30])
+        if kind > 0.85:
+            yield date_case(choose)
+            continue
+        width = choose.choice([1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 14, 18, 22, 26, 30, 244])
         decimals = choose.choice([0, 0, 1, 2, 3, 5, 8, 11, width])
         if kind < 0.06:
             form = choose.choice(["%21x", "%16H", "%16L", "%8H", "%8L"])
@@ -203,6 +283,6 @@ def cases(n, seed=9):
             value = choose.random() * 10.0 ** choose.randint(-12, 17)
         if choose.random() < 0.3 and value < 2.0**1023:
             value = -value
-        if form[-1] in "HL" and form.startswith("%8"):
+        if form[-1] in "HL" and form.startswith("%8") and not missing_letter(value):
             value = struct.unpack("f", struct.pack("f", choose.uniform(-1e6, 1e6)))[0]
         yield form, value

@@ -168,6 +168,32 @@ TEST(NumberFormat, DatesCountFrom1960) {
         {"%th", 1, "1960h2"},
         {"%ty", 2007, "2007"},
         {"%td", 1e15, "        ."},
+        {"%td", 2936549, "31dec9999"},
+        {"%td", 2936550, "        ."},
+        {"%td", -679350, " 01jan100"},
+        {"%td", -679351, "        ."},
+        {"%tg", 0.5, "       .5"},
+    });
+}
+
+// 17440 is Monday, 1 October 2007: day 274, week 40.
+TEST(NumberFormat, DetailedDatesShowTheirCodes) {
+    check({
+        {"%tdDD", 17440, "0101"},
+        {"%dN/D/Y", 17440, "10/01/07"},
+        {"%tdn/d/y", 17440, "  10/1/7"},
+        {"%-tdM_d,_CY", 17440, "October 1, 2007   "},
+        {"%tdA_a_E_e", 17440, "      Monday Mon monday mon"},
+        {"%tdL.l.m", 17440, "  october.oct.Oct"},
+        {"%tdJ-j:W;w", 3, "   004-4:01;1"},
+        {"%td!t!d\\!!d", 17440, " td\\!1"},
+        {"%tqCY!qq", 191, "2007q4"},
+        {"%thH_h!h", -1, "2 2h"},
+        {"%twD_N_w", 51, "23 12 52"},  // day 358 of a leap year: 335 days before December
+        {"%tyCY", 1066, "1066"},
+        {"%tdCY", -679350, "0100"},
+        {"%tdM", kSysMissing, "        ."},
+        {"%-tdM", missing_value(3), ".c       "},
     });
 }
 
@@ -194,7 +220,7 @@ TEST(NumberFormat, WholeNumbersShowEveryDigit) {
 
 TEST(NumberFormat, ValidityAndWidth) {
     for (const char* good : {"%9.0g", "%-9.2f", "%012.3f", "%8.0gc", "%9,2e", "%21x", "%16L", "%8H",
-                             "%d", "%-d", "%tq", "%tdD_m_Y", "%-tw"}) {
+                             "%d", "%-d", "%tq", "%tdD_m_Y", "%-tw", "%tg", "%0244.2f", "%td!x"}) {
         EXPECT_TRUE(fmt_is_valid(good, false)) << good;
         EXPECT_FALSE(fmt_is_valid(good, true)) << good;
     }
@@ -202,8 +228,9 @@ TEST(NumberFormat, ValidityAndWidth) {
         EXPECT_TRUE(fmt_is_valid(good, true)) << good;
         EXPECT_FALSE(fmt_is_valid(good, false)) << good;
     }
-    for (const char* bad : {"", "%", "9.0g", "%9g", "%9.0", "%.2f", "%0.2f", "%9.0q", "%9.0gx",
-                            "%tz", "%17H", "%245s", "%s", "%~9.0g"}) {
+    for (const char* bad :
+         {"", "%", "9.0g", "%9g", "%9.0", "%.2f", "%0.2f", "%9.0q", "%9.0gx", "%tz", "%tdX", "%td!",
+          "%tgD", "%t", "%~d", "%17H", "%245s", "%s", "%~9.0g"}) {
         EXPECT_FALSE(fmt_is_valid(bad, false)) << bad;
         EXPECT_FALSE(fmt_is_valid(bad, true)) << bad;
     }
