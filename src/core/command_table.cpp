@@ -215,7 +215,7 @@ constexpr CommandRow kCommands[] = {
     {"mlvecsum",          8, false, nullptr,      0},
     {"mlmatsum",          8, false, nullptr,      0},
     {"mlmatbysum",        8, false, nullptr,      0},
-    {"more",              3, false, nullptr,      0},
+    {"more",              3, false, CmdMore,      0},
     {"move",              3, false, nullptr,      0},
 
     {"noisily",           1, false, CmdNoisily,   0},

@@ -40,6 +40,7 @@ ReturnCode CmdDisplay(int);
 ReturnCode CmdLog(int);
 ReturnCode CmdCmdlog(int);
 ReturnCode CmdTranslate(int form);  // 0 translate, 1 log html, 2 log texman, 3 log webhtml
+ReturnCode CmdMore(int);
 
 // data
 ReturnCode CmdBy(int);  // argument: 0 by, 1 bysort

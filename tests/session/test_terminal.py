@@ -66,6 +66,12 @@ class More(unittest.TestCase):
                        ("--more--", "\n "), ("last", 'display "here"'), ("\nhere", "")])
         self.assertEqual(shown.count("--more--"), 2, shown)
 
+    def test_pauses_where_a_program_asks(self):
+        shown = typed([(". ", "set more on"),
+                       ("\n. ", 'display "a" _newline "b"'), ("\n. ", "more"), ("--more--", " "),
+                       ("\n. ", "more"), ("--more--", "q"), ("--Break--", 'display "alive"'), ("alive", "")])
+        self.assertEqual(shown.count("--more--"), 2, shown)
+
 
 class OddBytes(unittest.TestCase):
     def test_mean_nothing_among_the_input(self):
