@@ -157,7 +157,9 @@ ReturnCode Dispatch() {
 }
 
 void TakeCommandWord() {
-    std::snprintf(session.CommandWord, sizeof session.CommandWord, "%.32s", scanner.TokenBuffer);
+    const size_t n = strnlen(scanner.TokenBuffer, sizeof session.CommandWord - 1);
+    std::memcpy(session.CommandWord, scanner.TokenBuffer, n);
+    session.CommandWord[n] = 0;
 }
 
 ReturnCode DispatchNext() {

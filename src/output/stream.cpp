@@ -104,6 +104,23 @@ std::string_view weight_directive(uint8_t style) {
     return "{sf}";
 }
 
+// Most chunks are a short piece of plain text or a newline, in line mode with nothing held back:
+// these are placed without the renderer. False, with nothing done: the chunk takes the long way.
+bool place_plainly(OutputStream* s, std::string_view bytes) {
+    if (s->mode != kModeLine || s->depth != 0 || s->held_len > 0 || s->match_held > 0) return false;
+    if (s->swallow_newline || !s->newline_ends_line) return false;
+    if (bytes == "\n") {
+        end_line(s);
+        return true;
+    }
+    if (int64_t(bytes.size()) > s->width - s->column) return false;
+    for (char c : bytes) {
+        if (c == '{' || c == '\n' || c == '\t') return false;
+    }
+    place_text(s, bytes, s->style);
+    return true;
+}
+
 // What a log must hold to be read from here on: the style and the mode in force. False when the
 // write came up short.
 bool write_preamble(const OutputStream* s, int fd) {
@@ -278,6 +295,7 @@ void out_stream_flush(OutputStream* s) {
 void out_raw(OutputStream* s, std::string_view bytes) {
     if (bytes.empty() || s->suppressed) return;
     if (s->tmrk_logs.count > 0) log_write(&s->tmrk_logs, s->tmrk_log_buffer, bytes);
+    if (place_plainly(s, bytes)) return;
 
     if (s->match_held > 0) {
         const size_t held = size_t(s->match_held);

@@ -37,3 +37,17 @@ capture noisily display %9.0q 1
 display _rc
 capture noisily display "before" nosuch
 display _rc
+* A whole number is the expression only if nothing goes on with it.
+display 007 " " 1.50, 2,,3 " " 2 -1 " " 5 > 4 " " 123456789012345 %6.1f 3 "|"
+display "a" -1
+* In a macro's text only some items stand, and a text too long is no text.
+local t : display "a" _column(5) "b" _char(65) %5.1f 2.25 %-3s "q" "|"
+display "`t'|"
+capture noisily local t : display _dup(400) _dup(400) "abcdef"
+display _rc
+capture noisily local t : display _newline
+capture noisily local t : display as text 1
+capture noisily local t : display 1, 2
+capture noisily display _request
+capture noisily display _request(2x)
+version 6: display "abc" _column(6) "x" _column(2) "y"
