@@ -259,7 +259,7 @@ constexpr CommandRow kCommands[] = {
     {"rmdir",             5, false, nullptr,      0},
     {"run",               2, false, CmdDo,        ExecRun},
 
-    {"save",              2, false, nullptr,      0},
+    {"save",              2, false, CmdSave,      0},
     {"save_dlg",          8, false, nullptr,      0},
     {"scalar",            3, false, nullptr,      0},
     {"search",            6, false, nullptr,      0},

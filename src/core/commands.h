@@ -52,6 +52,7 @@ ReturnCode CmdGenerate(int);
 ReturnCode CmdList(int);  // argument: 0 list, 1 flist
 ReturnCode CmdReplace(int);
 ReturnCode CmdSummarize(int);
+ReturnCode CmdSave(int);
 ReturnCode CmdUse(int);
 
 // Rows of the settings table whose field belongs to a folder further right.

@@ -43,7 +43,9 @@ enum StoreKind : int32_t {
     kKindByobs = 33,
     kKindFileHandle = 36,
     kKindProgramIndex = 37,
-    kKindHeld = 49,  // 301 slots of 10 kinds
+    kKindIncoming = 47,  // of a dataset file being read, before they have their own kinds
+    kKindSetAside = 48,  // value labels in memory while those of a file are in force
+    kKindHeld = 49,      // 301 slots of 10 kinds
     kKindLocalMacro = 3059,
     kKindReturnScalar = kKindLocalMacro + kLevels,
     kKindReturnMacro = kKindReturnScalar + kLevels,

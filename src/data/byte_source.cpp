@@ -66,7 +66,7 @@ ReturnCode open_source(ByteSource* source, const std::string& path) {
     }
     source->fd = fd;
     source->next = source->limit = nullptr;
-    source->left = uint64_t(facts.st_size);
+    source->left = source->size = uint64_t(facts.st_size);
     return 0;
 }
 
@@ -74,7 +74,7 @@ void open_memory(ByteSource* source, std::span<const uint8_t> bytes) {
     source->fd = -1;
     source->next = bytes.data();
     source->limit = bytes.data() + bytes.size();
-    source->left = bytes.size();
+    source->left = source->size = bytes.size();
 }
 
 bool take_bytes(ByteSource* source, void* to, uint64_t n) {
@@ -110,6 +110,19 @@ bool skip_bytes(ByteSource* source, uint64_t n) {
     if (n == 0) return true;
     if (source->fd < 0 || StressFails()) return false;
     return lseek(source->fd, off_t(n), SEEK_CUR) >= 0;
+}
+
+bool go_back(ByteSource* source, uint64_t left) {
+    if (left > source->size) return false;
+    if (source->fd < 0) {
+        source->next = source->limit - left;
+    } else {
+        if (StressFails()) return false;
+        if (lseek(source->fd, off_t(source->size - left), SEEK_SET) < 0) return false;
+        source->next = source->limit = nullptr;
+    }
+    source->left = left;
+    return true;
 }
 
 }  // namespace korva

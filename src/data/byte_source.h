@@ -23,6 +23,7 @@ struct ByteSource {
     const uint8_t* next = nullptr;  // bytes at hand, not yet taken: [next, limit)
     const uint8_t* limit = nullptr;
     uint64_t left = 0;  // bytes not yet taken, those at hand included
+    uint64_t size = 0;  // bytes in all
     alignas(64) uint8_t buffer[24576];
 };
 
@@ -39,5 +40,8 @@ bool take_bytes(ByteSource* source, void* to, uint64_t n);
 
 // Passes over the next n bytes; false as above.
 bool skip_bytes(ByteSource* source, uint64_t n);
+
+// Goes back to where `left` bytes were not yet taken; false as above.
+bool go_back(ByteSource* source, uint64_t left);
 
 }  // namespace korva

@@ -133,6 +133,23 @@ inline auto sound_bits(const uint8_t* cell) {
     }
 }
 
+// True if n cells that lie `pitch` bytes apart are sound. No branch depends on a cell, and four are
+// looked at side by side.
+template <StorageType type>
+bool column_is_sound(const uint8_t* cell, int n, size_t pitch) {
+    const auto fault = [](const uint8_t* at) {
+        const auto bits = sound_bits<type>(at);
+        return uint64_t(bits ^ load<std::remove_const_t<decltype(bits)>>(at));
+    };
+    uint64_t faults[4] = {};
+    int i = 0;
+    for (; i + 4 <= n; i += 4, cell += 4 * pitch) {
+        for (size_t k = 0; k < 4; k++) faults[k] |= fault(cell + k * pitch);
+    }
+    for (; i < n; i++, cell += pitch) faults[0] |= fault(cell);
+    return (faults[0] | faults[1] | faults[2] | faults[3]) == 0;
+}
+
 inline int exponent_of(double value) {
     return int((std::bit_cast<uint64_t>(value) >> 52) & 0x7FF) - 1023;
 }
@@ -415,6 +432,8 @@ bool cell_is_sound(StorageType type, const uint8_t* cell) {
 void make_cells_sound(StorageType type, uint8_t* cell, int n, size_t pitch) {
     if (type_is_string(type)) return pad_texts(type, cell, n, pitch);
     with_numeric_type(type, [&]<StorageType t>() {
+        // Nearly all columns are sound already: a look without a store costs half as much.
+        if (column_is_sound<t>(cell, n, pitch)) return;
         for (int i = 0; i < n; i++, cell += pitch) store(cell, sound_bits<t>(cell));
     });
 }

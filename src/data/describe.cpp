@@ -1,19 +1,27 @@
-// data/describe.cpp - _describe: what the dataset in memory consists of.
+// data/describe.cpp - _describe: what the dataset in memory, or one in a file, consists of.
+//
+// A file's variable table stands in for the dataset's while it is shown; what lies in the store for
+// the dataset, labels and notes, comes from a DescribedFile instead.
 //
 // The label column of the heading is the column at which all labels begin: the data label and the
 // file's date above, the variable labels below.
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <unordered_set>
 
 #include "core/commands.h"
+#include "core/file_path.h"
 #include "core/macro.h"
 #include "core/print.h"
 #include "core/return_codes.h"
+#include "core/scanner.h"
 #include "core/session.h"
 #include "core/settings.h"
 #include "core/stored_results.h"
 #include "data/dataset.h"
+#include "data/dta_file.h"
+#include "data/dta_read.h"
 #include "data/labels.h"
 #include "data/skeleton.h"
 
@@ -41,6 +49,31 @@ struct DescribeOptions {
     bool all = false;
     bool numbers = false;
     bool fullnames = false;
+    bool varlist = false;  // of a file: its names are returned
+};
+
+// A file that is described in place of the dataset.
+struct DescribedFile {
+    std::string name;
+    DtaHeader header;
+    DtaVariables variables;
+    std::unordered_set<std::string> noted;  // owners that have notes
+};
+
+// What is described; null file: the dataset.
+struct Subject {
+    const DescribedFile* file = nullptr;
+
+    bool has_notes(std::string_view owner) const {
+        return file ? file->noted.contains(std::string(owner))
+                    : !characteristic(owner, "note0").empty();
+    }
+    std::string label(int32_t var) const {
+        return file ? std::string(file->variables.labels[var - 1]) : variable_label(var);
+    }
+    std::string_view date() const {
+        return file ? std::string_view(file->header.time_stamp) : MacroValue("S_FNDATE");
+    }
 };
 
 // The counts, the hidden variable taken off unless all are asked for.
@@ -50,7 +83,6 @@ struct Shape {
 };
 
 ReturnCode parse_describe(DescribeOptions* options) {
-    skeleton.permit.using_file = kAllowed;
     skeleton.permit.if_exp = kForbidden;
     skeleton.permit.in_range = kForbidden;
     skeleton.permit.by_allowed = false;
@@ -66,10 +98,6 @@ ReturnCode parse_describe(DescribeOptions* options) {
     if (options->numbers && options->fullnames) {
         out_error("options numbers and fullnames may not be combined\n");
         return 198;
-    }
-    if (skeleton.using_given) {
-        out_error("describe using is not available yet\n");
-        return 199;
     }
     return 0;
 }
@@ -146,7 +174,7 @@ double percent_free() {
     return std::max(percent, 0.0);
 }
 
-void print_header(const Shape& shape, bool detail) {
+void print_header(const Shape& shape, bool detail, const Subject& subject) {
     out_text("Contains data");
     if (dataset.filename[0]) {
         out_text(" from ");
@@ -155,12 +183,12 @@ void print_header(const Shape& shape, bool detail) {
     out_newline();
 
     print_count("  obs:", shape.nobs, shape.nobs_max, detail, dataset.label);
-    print_count(" vars:", shape.nvar, shape.nvar_max, detail, MacroValue("S_FNDATE"));
+    print_count(" vars:", shape.nvar, shape.nvar_max, detail, subject.date());
 
     out_text(" size:");
     print_value(with_commas((shape.width + kRowOverhead) * shape.nobs, kCountColumns));
     if (!detail) out_textf(" (%5.1f%% of memory free)", percent_free());
-    if (!characteristic("_dta", "note0").empty()) out_text("  (_dta has notes)");
+    if (subject.has_notes("_dta")) out_text("  (_dta has notes)");
     out_newline();
 }
 
@@ -200,11 +228,11 @@ void print_name(int32_t var, const DescribeOptions& options) {
 }
 
 // Prints one variable; returns whether it has notes.
-bool print_variable(int32_t var, const DescribeOptions& options) {
+bool print_variable(int32_t var, const DescribeOptions& options, const Subject& subject) {
     print_name(var, options);
     const char* label_name = dataset.label_names[var - 1];
-    const bool has_notes = !characteristic(dataset.names[var - 1], "note0").empty();
-    const std::string label = variable_label(var);
+    const bool has_notes = subject.has_notes(dataset.names[var - 1]);
+    const std::string label = subject.label(var);
     const std::string type = type_name(dataset.types[var - 1]);
     if (!has_notes && label.empty()) {
         out_textf(*label_name ? "%-6s %-11s %s\n" : "%-6s %s%s\n", type.c_str(),
@@ -229,13 +257,13 @@ bool print_variable(int32_t var, const DescribeOptions& options) {
     return has_notes;
 }
 
-ReturnCode print_variables(const DescribeOptions& options) {
+ReturnCode print_variables(const DescribeOptions& options, const Subject& subject) {
     print_rule();
     print_heading(options.numbers);
     print_rule();
     bool any_notes = false;
     for (int32_t var : skeleton.varlist) {
-        any_notes |= print_variable(var, options);
+        any_notes |= print_variable(var, options, subject);
         if (session.BreakFlag) return kBreak;
     }
     if (any_notes) {
@@ -267,12 +295,21 @@ void print_sort_order() {
     if (dataset.changed) out_text("     Note:  dataset has changed since last saved\n");
 }
 
-ReturnCode store_results(const Shape& shape) {
+struct NamedCount {
+    const char* name;
+    int64_t value;
+};
+
+ReturnCode store_counts(std::span<const NamedCount> results) {
     ClearResults();
-    const struct {
-        const char* name;
-        int64_t value;
-    } results[] = {
+    for (const NamedCount& result : results) {
+        if (ReturnCode rc = SetResultNumber(result.name, double(result.value))) return rc;
+    }
+    return 0;
+}
+
+ReturnCode store_results(const Shape& shape) {
+    const NamedCount results[] = {
         {"N", shape.nobs},
         {"k", shape.nvar},
         {"width", shape.width},
@@ -281,16 +318,95 @@ ReturnCode store_results(const Shape& shape) {
         {"widthmax", shape.width_max},
         {"changed", dataset.changed ? 1 : 0},
     };
-    for (const auto& result : results) {
-        if (ReturnCode rc = SetResultNumber(result.name, double(result.value))) return rc;
+    return store_counts(results);
+}
+
+// --- a file ---
+
+ReturnCode parse_using(std::string* name, DescribeOptions* options) {
+    NextToken();  // using
+    char typed[kMaxFileNameBytes + 1];
+    if (ReturnCode rc = ParseFileName(typed)) return rc;
+    *name = WithExtension(typed, ".dta");
+    skeleton.permit.varlist = kForbidden;
+    skeleton.permit.if_exp = kForbidden;
+    skeleton.permit.in_range = kForbidden;
+    skeleton.permit.by_allowed = false;
+    if (ReturnCode rc = parse_tail()) return rc;
+    options->brief = option_present("short", 1, false);
+    options->detail = option_present("detail", 1, false);
+    options->varlist = option_present("varlist", 7, false);
+    option_present("date", 2, false);
+    return options_done();
+}
+
+ReturnCode read_file(DescribedFile* file) {
+    ByteSource source;
+    if (ReturnCode rc = open_dta(file->name, &source)) return rc;
+    if (ReturnCode rc = read_dta_header(&source, file->name, &file->header)) return rc;
+    if (ReturnCode rc = read_dta_variables(&source, file->name, file->header, &file->variables)) {
+        return rc;
     }
-    return 0;
+    const DtaReader in{&source, file->name, &file->header, file->variables.width};
+    if (file->header.nobs < 0) return in.corrupt();
+    return read_expansion_records(
+        in, file->variables,
+        [file](std::string_view owner, std::string_view name, std::string_view text) -> ReturnCode {
+            if (name == "note0" && !text.empty()) file->noted.emplace(owner);
+            return 0;
+        });
+}
+
+void append_name(std::string* list, int32_t var) {
+    if (!list->empty()) *list += ' ';
+    *list += dataset.names[var - 1];
+}
+
+ReturnCode store_names(const std::vector<int32_t>& vars) {
+    std::string names, keys;
+    for (int32_t var : vars) append_name(&names, var);
+    for (const uint16_t* key = dataset.sortlist; *key; key++) append_name(&keys, *key);
+    if (ReturnCode rc = SetResultText("varlist", names)) return rc;
+    return SetResultText("sortlist", keys);
+}
+
+// _describe using filename [, short detail varlist date]
+ReturnCode describe_using() {
+    DescribedFile file;
+    DescribeOptions options;
+    if (ReturnCode rc = parse_using(&file.name, &options)) return rc;
+    if (ReturnCode rc = read_file(&file)) return rc;
+    const Subject subject{&file};
+    const DatasetView view(file.variables, file.header);
+    snprintf(dataset.filename, sizeof dataset.filename, "%s", file.name.c_str());
+    skeleton.varlist.clear();
+    varlist_or_all();
+    const Shape shape = measure(false);
+
+    LevelGuard level(kLevelText);
+    out_newline();
+    print_header(shape, options.detail, subject);
+    if (!options.brief) {
+        if (ReturnCode rc = print_variables(options, subject)) return rc;
+    }
+    print_sort_order();
+    const NamedCount counts[] = {{"N", shape.nobs}, {"k", shape.nvar}, {"width", shape.width}};
+    if (ReturnCode rc = store_counts(counts)) return rc;
+    return options.varlist ? store_names(skeleton.varlist) : 0;
+}
+
+bool using_is_next() {
+    const ScannerGuard guard;
+    NextToken();
+    return TokenIs("using");
 }
 
 }  // namespace
 
 // _describe [varlist] [, short detail date all numbers fullnames]
+// _describe using filename [, short detail varlist date]
 ReturnCode Cmd_describe(int) {
+    if (using_is_next()) return describe_using();
     DescribeOptions options;
     if (ReturnCode rc = parse_describe(&options)) return rc;
     const bool some = skeleton.varlist_given && !skeleton.all_given;
@@ -308,9 +424,9 @@ ReturnCode Cmd_describe(int) {
     LevelGuard level(kLevelText);
     out_newline();
     // A list asks about its variables; the dataset as a whole is told without one.
-    if (!some) print_header(shape, options.detail);
+    if (!some) print_header(shape, options.detail, Subject{});
     if (some || !options.brief) {
-        if (ReturnCode rc = print_variables(options)) return rc;
+        if (ReturnCode rc = print_variables(options, Subject{})) return rc;
     }
     if (!some) print_sort_order();
     return store_results(shape);

@@ -1,8 +1,8 @@
-// data/dta_read.h - reading a dataset file: the lists that describe its variables, and the whole
-// file.
+// data/dta_read.h - reading a dataset file into the dataset, or only what describes it.
 //
-// use_file() is what commands call. load_dta() is the same from any source of bytes.
-// read_dta_header() and then read_dta_variables() give what describes a file without touching the
+// use_file() is what commands call; load_dta() is the same from any source of bytes. A DtaSelection
+// restricts a load to some variables and observations. read_dta_header() and then
+// read_dta_variables() (data/dta_variables.h) give what describes a file without touching the
 // dataset.
 //
 // Nothing in a file is trusted: counts are held against the bytes that are left before memory is
@@ -10,53 +10,50 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "core/types.h"
 #include "data/byte_source.h"
-#include "data/dataset.h"
 #include "data/dta_header.h"
-#include "data/storage_type.h"
+#include "data/dta_variables.h"
 
 namespace korva {
-
-using VariableLabelText = char[kVariableLabelMax + 1];
-
-// The variables of a file as its lists tell them, checked. Index: variable number - 1.
-struct DtaVariables {
-    int32_t nvar = 0;
-    int32_t width = 0;  // bytes of a row in the file
-    std::unique_ptr<StorageType[]> types;
-    std::unique_ptr<uint32_t[]> offsets;  // of the cell in the file's row
-    std::unique_ptr<NameText[]> names;
-    std::unique_ptr<FormatText[]> formats;
-    std::unique_ptr<NameText[]> label_names;
-    std::unique_ptr<VariableLabelText[]> labels;
-    std::vector<uint16_t> sortlist;              // 0-terminated
-    std::vector<std::string_view> sorted_names;  // in the order of their bytes, for look-up
-};
 
 struct DtaOptions {
     bool value_labels = true;
     bool quiet = false;  // the dataset's label is not shown
 };
 
-// Reads the lists behind the header: types, names, sort list, display formats, value-label names
-// and labels; the source stands at the expansion records. 688, 692, or 900 and 1010 for more
-// variables or bytes than the dataset may have, with words about the file `name`.
-ReturnCode read_dta_variables(ByteSource* source, std::string_view name, const DtaHeader& header,
-                              DtaVariables* variables);
+// What of the file is wanted. `if_expression` is compiled against the chosen variables when
+// has_condition is set.
+struct DtaSelection {
+    std::vector<int32_t> vars;  // 1-based numbers in the file, rising, each once
+    int32_t first = 1;          // observations of the file
+    int32_t last = 0x7FFFFFFF;  // cut at the file's last
+    bool has_condition = false;
+};
 
-// Puts the file in place of the dataset. 609, 610, and 199 for a format that is not read yet, leave
-// the dataset alone; after any other failure (688, 692, 900, 901, 902, 909, 950, 1010, break) it is
-// clear. S_FN, S_FNDATE and dataset.filename tell of the file `name` afterwards.
+// Puts the file in place of the dataset. What is wrong in the file itself (609, 610, 688, 692), too
+// large for the data area (900, 901, 902, 1010) or more than there is memory for (909, 950) is
+// found before the dataset is touched. Behind that a break, a file that the system cannot read to
+// its end, a condition that holds too often, and old numbers that need wider types than there is
+// room for leave the dataset clear. S_FN, S_FNDATE and dataset.filename tell of the file `name`
+// afterwards.
 ReturnCode load_dta(ByteSource* source, std::string_view name, const DtaOptions& options);
 
+// The same behind the header and the lists, for the selection; null: all. Only value labels that a
+// chosen variable names come with a selection.
+ReturnCode load_dta_body(ByteSource* source, std::string_view name, const DtaHeader& header,
+                         const DtaVariables& variables, const DtaSelection* selection,
+                         const DtaOptions& options);
+
 // load_dta of the file that the user named, which has its extension by now. Also 199, 601, 603 and
-// 671, which leave the dataset alone.
+// 671.
 ReturnCode use_file(const std::string& name, const DtaOptions& options);
+
+// Opens the file that the user named, at its first byte: 199, 601, 603, 671 with words.
+ReturnCode open_dta(const std::string& name, ByteSource* source);
 
 }  // namespace korva

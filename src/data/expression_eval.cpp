@@ -275,6 +275,15 @@ bool program_reads_elsewhere(const ExpressionRecord& record, int var) {
     return program_has(record, var, true);
 }
 
+bool program_uses(const ExpressionRecord& record, int opcode) {
+    for (int i = 0; i <= record.last_code; i++) {
+        const int code = record.code[i];
+        if (code == opcode) return true;
+        if (code >= 1 && code < kOpcodes) i += kOpcodeRows[size_t(code)].operands;
+    }
+    return false;
+}
+
 // --- Operands ---
 
 void op_NUMBER(BlockMachine* m, const int16_t* operand) {

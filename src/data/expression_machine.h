@@ -119,6 +119,9 @@ void set_run_range(ExpressionRecord* record, bool restart);
 bool program_reads(const ExpressionRecord& record, int var);
 bool program_reads_elsewhere(const ExpressionRecord& record, int var);
 
+// True if the instruction, an OP_ number, stands in the program.
+bool program_uses(const ExpressionRecord& record, int opcode);
+
 // Observation of a lane.
 inline int lane_obs(const BlockMachine* m, int lane) {
     return m->obs + (m->index ? m->index[lane] : lane);

@@ -88,10 +88,6 @@ size_t sound_table_bytes(std::span<const uint8_t> payload) {
     return bytes;
 }
 
-std::string_view characteristic_name(const StoreRecord* record) {
-    return {record->payload(), strnlen(record->payload(), kMaxNameBytes)};
-}
-
 StoreRecord* find_characteristic(std::string_view owner, std::string_view name) {
     StoreRecord* record = StoreFind(owner, kKindCharacteristic);
     while (record != nullptr && characteristic_name(record) != name) {
@@ -146,22 +142,54 @@ int32_t longest_value_label(std::string_view table_name) {
     return int32_t(longest);
 }
 
-bool store_value_table(std::string_view name, std::span<const uint8_t> payload, ReturnCode* rc) {
+StoreRecord* make_value_table(std::string_view name, std::span<const uint8_t> payload, int32_t kind,
+                              bool* sound) {
     const size_t bytes = sound_table_bytes(payload);
-    if (bytes == 0) return false;
+    *sound = bytes != 0;
+    if (bytes == 0) return nullptr;
+    StoreRecord* record = StoreCreate(name, kind, uint32_t(bytes), uint32_t(bytes));
+    if (record != nullptr) std::memcpy(record->payload(), payload.data(), bytes);
+    return record;
+}
+
+bool store_value_table(std::string_view name, std::span<const uint8_t> payload, ReturnCode* rc) {
     StoreRecord* old = StoreFind(name, kKindValueLabel);
-    StoreRecord* record = StoreCreate(name, kKindValueLabel, uint32_t(bytes), uint32_t(bytes));
+    bool sound = false;
+    StoreRecord* record = make_value_table(name, payload, kKindValueLabel, &sound);
+    if (!sound) return false;
     *rc = record == nullptr ? 950 : 0;
-    if (record == nullptr) return true;
-    std::memcpy(record->payload(), payload.data(), bytes);
-    StoreDelete(old);
+    if (record != nullptr) StoreDelete(old);
     return true;
+}
+
+StoreRecord* make_characteristic(std::string_view owner, std::string_view name,
+                                 std::string_view text, int32_t kind) {
+    name = name.substr(0, kMaxNameBytes);
+    text = text.substr(0, std::min<size_t>(text.find('\0'), kMaxCharacteristicBytes));
+    const uint32_t text_bytes = uint32_t(text.size()) + 1;
+    StoreRecord* record = StoreCreate(owner, kind, uint32_t(kCharacteristicHead) + text_bytes,
+                                      text_bytes);
+    if (record == nullptr) return nullptr;
+    char* payload = record->payload();
+    std::memset(payload, 0, kCharacteristicHead);
+    std::memcpy(payload, name.data(), name.size());
+    std::memcpy(payload + kCharacteristicHead, text.data(), text.size());
+    payload[kCharacteristicHead + text.size()] = 0;
+    return record;
+}
+
+std::string_view characteristic_name(const StoreRecord* record) {
+    return {record->payload(), strnlen(record->payload(), kMaxNameBytes)};
+}
+
+std::string_view characteristic_text(const StoreRecord* record) {
+    return {record->payload() + kCharacteristicHead, record->user_word - 1};
 }
 
 std::string_view characteristic(std::string_view owner, std::string_view name) {
     const StoreRecord* record = find_characteristic(owner, name);
     if (record == nullptr) return {};
-    return {record->payload() + kCharacteristicHead, record->user_word - 1};
+    return characteristic_text(record);
 }
 
 ReturnCode set_characteristic(std::string_view owner, std::string_view name,
@@ -170,17 +198,7 @@ ReturnCode set_characteristic(std::string_view owner, std::string_view name,
     text = text.substr(0, std::min<size_t>(text.find('\0'), kMaxCharacteristicBytes));
     StoreRecord* old = find_characteristic(owner, name);
     if (text.empty() && old == nullptr) return 0;
-    if (!text.empty()) {
-        const uint32_t text_bytes = uint32_t(text.size()) + 1;
-        StoreRecord* record = StoreCreate(owner, kKindCharacteristic,
-                                          uint32_t(kCharacteristicHead) + text_bytes, text_bytes);
-        if (record == nullptr) return 950;
-        char* payload = record->payload();
-        std::memset(payload, 0, kCharacteristicHead);
-        std::memcpy(payload, name.data(), name.size());
-        std::memcpy(payload + kCharacteristicHead, text.data(), text.size());
-        payload[kCharacteristicHead + text.size()] = 0;
-    }
+    if (!text.empty() && !make_characteristic(owner, name, text, kKindCharacteristic)) return 950;
     note_characteristic_change(owner, name);
     StoreDelete(old);
     return 0;

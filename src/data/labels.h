@@ -37,6 +37,21 @@ int32_t longest_value_label(std::string_view table);
 // 950 with words and the table that was there untouched.
 bool store_value_table(std::string_view name, std::span<const uint8_t> payload, ReturnCode* rc);
 
+// A record of the table under another kind, which the reader of files changes when the dataset
+// gives way to the file's. Null: it is not sound (*sound is false), or memory is refused, with
+// words.
+StoreRecord* make_value_table(std::string_view name, std::span<const uint8_t> payload, int32_t kind,
+                              bool* sound);
+
+// A record of a characteristic, likewise; the text is not empty and is cut at its limit. Null with
+// words: 950.
+StoreRecord* make_characteristic(std::string_view owner, std::string_view name,
+                                 std::string_view text, int32_t kind);
+
+// Name and text of the characteristic in a record of kind kKindCharacteristic.
+std::string_view characteristic_name(const StoreRecord* record);
+std::string_view characteristic_text(const StoreRecord* record);
+
 // The characteristic's text; empty: there is none.
 std::string_view characteristic(std::string_view owner, std::string_view name);
 

@@ -1,8 +1,9 @@
 // data/use.cpp - use: a dataset file takes the place of the data in memory.
 //
-// The file's name comes with `using` or without it, so the parts are told apart by a look ahead
-// before anything is parsed: a variable list, if and in apply to the file's variables and not to
-// those in memory, and must not reach the parser that knows only these.
+// The file's name comes with `using` or without it, and a variable list, if and in apply to the
+// file's variables and not to those in memory. So the name is found by a look ahead, and the rest
+// of the line is parsed while the file's variables stand in for the dataset's: the list against all
+// of them, the condition against those that the list chose.
 #include <string>
 
 #include "core/commands.h"
@@ -10,7 +11,9 @@
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/scanner.h"
+#include "data/by.h"
 #include "data/dataset.h"
+#include "data/dta_file.h"
 #include "data/dta_read.h"
 #include "data/skeleton.h"
 
@@ -19,64 +22,152 @@ namespace korva {
 namespace {
 
 enum class UseForm : uint8_t {
-    Name,    // use file ...
-    Using,   // use using file ...
-    Subset,  // use ... using file: what stands in front chooses variables or observations
+    Name,     // use file ...
+    Using,    // use [if] [in] using file ...
+    Varlist,  // use varlist ... using file
 };
 
-UseForm look_at_form() {
-    const ScannerGuard guard;
-    NextToken(FileSeparators);
-    if (TokenIs("using")) return UseForm::Using;
-    if (TokenIs("if") || TokenIs("in")) return UseForm::Subset;
-    while (!TokenIsEmpty() && !TokenIs(",")) {
-        NextToken(FileSeparators);
-        if (TokenIs("using")) return UseForm::Subset;
-    }
-    return UseForm::Name;
-}
+struct UseLine {
+    UseForm form = UseForm::Name;
+    bool has_qualifier = false;  // if or in, anywhere in front of the options
+    std::string file;
+};
 
-// True if a qualifier stands behind the file's name.
-bool qualifier_follows() {
-    const ScannerGuard guard;
-    NextToken();
+bool token_is_qualifier() {
     return TokenIs("if") || TokenIs("in");
 }
 
-ReturnCode subset_not_available() {
-    out_error("use with a subset is not available yet\n");
-    return 199;
+// Looks ahead over the line up to the options; the scanner stays.
+ReturnCode look_at_line(UseLine* line) {
+    const ScannerGuard guard;
+    NextToken(FileSeparators);
+    const bool keyword = TokenIs("using") || token_is_qualifier();
+    if (keyword) line->form = UseForm::Using;
+    bool is_first = true;
+    for (; !TokenIsEmpty() && !TokenIs(","); NextToken(FileSeparators), is_first = false) {
+        if (token_is_qualifier()) line->has_qualifier = true;
+        if (!TokenIs("using") || !line->file.empty()) continue;
+        if (!keyword && !is_first) line->form = UseForm::Varlist;
+        char name[kMaxFileNameBytes + 1];
+        if (ReturnCode rc = ParseFileName(name)) return rc;
+        line->file = name;
+    }
+    return 0;
 }
 
-// What may stand behind the file's name is the options.
-ReturnCode parse_rest() {
+struct UseOptions {
+    bool may_replace = false;
+    DtaOptions load;
+};
+
+ReturnCode take_options(UseOptions* options) {
+    const bool clear = option_present("clear", 5, false);
+    const bool replace = option_present("replace", 7, false);
+    options->may_replace = clear || replace;
+    options->load.value_labels = option_present("label", 1, true);
+    if (ReturnCode rc = options_done()) return rc;
+    return dataset.changed && !options->may_replace ? ReportError(4) : 0;
+}
+
+// What may stand behind the list, or behind the file's name.
+void permit_tail(bool with_using, bool with_qualifiers) {
     skeleton.permit.varlist = kForbidden;
     skeleton.permit.by_allowed = false;
-    skeleton.permit.if_exp = kForbidden;
-    skeleton.permit.in_range = kForbidden;
+    skeleton.permit.using_file = with_using ? kRequired : kForbidden;
+    skeleton.permit.if_exp = with_qualifiers ? kStringsToo : kForbidden;
+    skeleton.permit.in_range = with_qualifiers ? kSpecial : kForbidden;
+}
+
+std::vector<int32_t> all_variables(int32_t nvar) {
+    std::vector<int32_t> vars(static_cast<size_t>(nvar));
+    for (int32_t i = 0; i < nvar; i++) vars[size_t(i)] = i + 1;
+    return vars;
+}
+
+// The variable list against the file's variables.
+ReturnCode choose(UseForm form, const DtaHeader& header, const DtaVariables& file,
+                  DtaSelection* selection) {
+    selection->vars = all_variables(file.nvar);
+    if (form != UseForm::Varlist) return 0;
+    const DatasetView view(file, header);
+    if (ReturnCode rc = parse_varlist(&selection->vars)) return rc;
+    std::vector<int32_t>& vars = selection->vars;
+    std::sort(vars.begin(), vars.end());
+    vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
+    return 0;
+}
+
+// Value labels are read ahead of the expression only if it seems to name one.
+bool line_names_labels() {
+    return strstr(ScanRest(), "\":") || strstr(ScanRest(), "\"':");
+}
+
+// Qualifiers and options, the chosen variables being those of the dataset.
+ReturnCode parse_view(const DtaReader& in, bool with_using, const DtaVariables& chosen) {
+    DtaRecords labels;
+    if (line_names_labels()) {
+        const uint64_t left = in.source->left;
+        DtaRecords unused;
+        if (ReturnCode rc = stage_expansion_records(in, chosen, chosen, &unused)) return rc;
+        const int64_t nobs = std::max(in.header->nobs, 0);
+        // The load proper tells what is wrong with the file.
+        if (skip_bytes(in.source, uint64_t(nobs) * uint64_t(in.row_bytes))) {
+            if (ReturnCode rc = stage_value_labels(in, chosen, false, &labels)) return rc;
+        }
+        if (!go_back(in.source, left)) return in.cut();
+    }
+    const ValueLabelView label_view(&labels);
+    const DatasetView view(chosen, *in.header);
+    permit_tail(with_using, true);
     return parse_tail();
+}
+
+ReturnCode use_part(const UseLine& line, const std::string& name) {
+    if (by_state.active) return ReportError(190);
+    ByteSource source;
+    if (ReturnCode rc = open_dta(name, &source)) return rc;
+    DtaHeader header;
+    if (ReturnCode rc = read_dta_header(&source, name, &header)) return rc;
+    DtaVariables file;
+    if (ReturnCode rc = read_dta_variables(&source, name, header, &file)) return rc;
+    DtaSelection selection;
+    if (ReturnCode rc = choose(line.form, header, file, &selection)) return rc;
+    const DtaVariables chosen = choose_variables(file, selection.vars);
+    const DtaReader in{&source, name, &header, file.width};
+    if (ReturnCode rc = parse_view(in, line.form != UseForm::Name, chosen)) return rc;
+    UseOptions options;
+    if (ReturnCode rc = take_options(&options)) return rc;
+
+    selection.has_condition = skeleton.if_given;
+    if (skeleton.in_given) {
+        selection.first = skeleton.first;
+        selection.last = skeleton.last;
+    }
+    return load_dta_body(&source, name, header, file, &selection, options.load);
 }
 
 }  // namespace
 
-// use [using] filename [, clear nolabel]
+// use filename [if] [in] [, clear nolabel]
+// use [varlist] [if] [in] using filename [, clear nolabel]
 ReturnCode CmdUse(int) {
-    const UseForm form = look_at_form();
-    if (form == UseForm::Subset) return subset_not_available();
-    if (form == UseForm::Using) NextToken(FileSeparators);
-    char name[kMaxFileNameBytes + 1];
-    if (ReturnCode rc = ParseFileName(name)) return rc;
-    if (qualifier_follows()) return subset_not_available();
-    if (ReturnCode rc = parse_rest()) return rc;
-
-    const bool clear = option_present("clear", 5, false);
-    const bool replace = option_present("replace", 7, false);
-    DtaOptions options;
-    options.value_labels = option_present("label", 1, true);
-    if (ReturnCode rc = options_done()) return rc;
-
-    if (dataset.changed && !clear && !replace) return ReportError(4);
-    return use_file(WithExtension(name, ".dta"), options);
+    UseLine line;
+    if (ReturnCode rc = look_at_line(&line)) return rc;
+    if (line.form == UseForm::Name) {
+        char name[kMaxFileNameBytes + 1];
+        if (ReturnCode rc = ParseFileName(name)) return rc;
+        line.file = name;
+    }
+    const std::string name = WithExtension(line.file, ".dta");
+    if (line.form == UseForm::Varlist || line.has_qualifier) {
+        if (line.file.empty()) return ReportRequired("using");
+        return use_part(line, name);
+    }
+    permit_tail(line.form == UseForm::Using, false);
+    if (ReturnCode rc = parse_tail()) return rc;
+    UseOptions options;
+    if (ReturnCode rc = take_options(&options)) return rc;
+    return use_file(name, options.load);
 }
 
 }  // namespace korva

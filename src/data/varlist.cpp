@@ -470,8 +470,9 @@ void undo_new_variables(int32_t nvar_before) {
 }
 
 ReturnCode parse_in_range(bool may_exceed, int32_t* first, int32_t* last) {
-    constexpr int32_t kBeyondAnyData = 0x7FFFFFFE;  // `l` where the range may exceed the data
-    const int32_t last_obs = may_exceed ? kBeyondAnyData : dataset.nobs;
+    constexpr int32_t kBeyondAnyData = 0x7FFFFFFE;
+    const int32_t last_obs = dataset.nobs;
+    const int32_t highest = may_exceed ? kBeyondAnyData : last_obs;
     int64_t from = 0;
     if (ReturnCode rc = parse_bound(last_obs, &from)) return rc;
     int64_t until = from;
@@ -481,7 +482,8 @@ ReturnCode parse_in_range(bool may_exceed, int32_t* first, int32_t* last) {
     } else {
         PushBackToken();
     }
-    if (from < 1 || until < from || until > last_obs) {
+    until = may_exceed ? std::min<int64_t>(until, highest) : until;
+    if (from < 1 || until < from || until > highest) {
         out_error("Obs. nos. out of range\n");
         return 198;
     }

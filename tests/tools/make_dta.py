@@ -20,6 +20,8 @@ BYTE, INT, LONG, FLOAT, DOUBLE = 251, 252, 253, 254, 255  # 1 to 244: strings of
 PACK = {BYTE: "b", INT: "h", LONG: "i", FLOAT: "f", DOUBLE: "d"}
 LETTER = {BYTE: b"b", INT: b"i", LONG: b"l", FLOAT: b"f", DOUBLE: b"d"}
 SYSMISS = {BYTE: 101, INT: 32741, LONG: 2147483621}
+OLD_SYSMISS = {BYTE: 127, INT: 32767, LONG: 2147483647}
+FORMATS = (102, 103, 104, 105, 106, 107, 108, 110, 111, 112, 113)
 
 
 @dataclass
@@ -63,6 +65,17 @@ def text(value, width):
     return data.ljust(width, b"\0")
 
 
+def old_cell(value, kind, order, number):
+    """A number of the formats below 112, which know `.` alone."""
+    if not isinstance(value, Missing):
+        return cell(value, kind, order)
+    if kind in OLD_SYSMISS:
+        return struct.pack(order + PACK[kind], OLD_SYSMISS[kind])
+    if kind == DOUBLE and number < 108:
+        return struct.pack(order + "d", 2.0 ** 333)
+    return cell(Missing(0), kind, order)
+
+
 def cell(value, kind, order):
     if kind <= 244:
         return text(value, kind)
@@ -96,30 +109,48 @@ def value_table(entries, order):
             + struct.pack(order + f"{n}i", *values) + texts)
 
 
+def old_value_table(name, entries, order):
+    """A record of the formats up to 105."""
+    return (struct.pack(order + "H", len(entries)) + text(name, 10)
+            + struct.pack(order + f"{len(entries)}h", *entries)
+            + b"".join(text(label, 8) for label in entries.values()))
+
+
 def encode(data, order="<", number=113, filetype=1):
-    """The file's bytes; order is that of struct: "<" low-high, ">" high-low. Formats 110 to 113."""
+    """The file's bytes; order is that of struct: "<" low-high, ">" high-low."""
     k = len(data.variables)
-    out = struct.pack(order + "BBBBHi", number, 2 if order == "<" else 1, filetype, 0, k,
-                      len(data.rows))
-    out += text(data.label, 81) + text(data.stamp, 18)
+    name_bytes, label_bytes = 33 if number >= 110 else 9, 81 if number >= 107 else 32
+    format_bytes = 12 if number >= 105 else 7
+    put = cell if number >= 112 else lambda x, kind, order: old_cell(x, kind, order, number)
+    out = struct.pack("BBBB", number, 0 if number == 102 else 2 if order == "<" else 1, filetype, 0)
+    out += struct.pack(order + ("Hh" if number == 102 else "Hi"), k, len(data.rows))
+    out += text(data.label, label_bytes)
+    if number >= 105:
+        out += text(data.stamp, 18)
     out += b"".join(type_code(v.type, number) for v in data.variables)
-    out += b"".join(text(v.name, 33) for v in data.variables)
+    out += b"".join(text(v.name, name_bytes) for v in data.variables)
     out += struct.pack(order + f"{k + 1}H", *data.sort, *[0] * (k + 1 - len(data.sort)))
-    out += b"".join(text(v.format, 12) for v in data.variables)
-    out += b"".join(text(v.value_label, 33) for v in data.variables)
-    out += b"".join(text(v.label, 81) for v in data.variables)
-    for record in data.expansions:
+    out += b"".join(text(v.format, format_bytes) for v in data.variables)
+    out += b"".join(text(v.value_label, name_bytes) for v in data.variables)
+    out += b"".join(text(v.label, label_bytes) for v in data.variables)
+    length_letter = "I" if number >= 110 else "H"
+    for record in data.expansions if number >= 105 else ():
         kind, body = (1, b"") if len(record) == 3 else record
         if kind == 1 and len(record) == 3:
             owner, name, value = record
-            body = text(owner, 33) + text(name, 33) + value.encode("latin-1") + b"\0"
-        out += struct.pack(order + "Bi", kind, len(body)) + body
-    out += bytes(5)
+            body = text(owner, name_bytes) + text(name, name_bytes) + value.encode("latin-1") + b"\0"
+        out += struct.pack(order + "B" + length_letter, kind, len(body)) + body
+    if number >= 105:
+        out += bytes(1 + struct.calcsize(length_letter))
     for row in data.rows:
-        out += b"".join(cell(x, v.type, order) for x, v in zip(row, data.variables, strict=True))
+        out += b"".join(put(x, v.type, order) if v.type > 244 else text(x, v.type)
+                        for x, v in zip(row, data.variables, strict=True))
     for name, entries in data.value_labels.items():
+        if number <= 105:
+            out += old_value_table(name, entries, order)
+            continue
         table = entries if isinstance(entries, bytes) else value_table(entries, order)
-        out += struct.pack(order + "i", len(table)) + text(name, 33) + bytes(3) + table
+        out += struct.pack(order + "i", len(table)) + text(name, name_bytes) + bytes(3) + table
     return out
 
 
@@ -193,6 +224,28 @@ def no_values():
         [Bits(0x80), Bits(0x8000), Bits(0x80000000), Bits(0x7F00D800), Bits(0x7FE01B0000000000)],
         [-127, -32767, -2147483647, 1.5, -0.5],
         [Missing(26)] * 5])
+
+
+def old():
+    """What every format can hold: short names, and numbers that no current byte, int or long has."""
+    variables = [Variable("id", INT, "%8.0g"), Variable("b", BYTE, "%8.0g", "bl", "a byte"),
+                 Variable("plain", BYTE, "%8.0g"), Variable("i", INT, "%8.0g"),
+                 Variable("l", LONG, "%12.0g"), Variable("f", FLOAT, "%9.0g"),
+                 Variable("d", DOUBLE, "%9.2f"), Variable("s", 5, "%9s")]
+    rows = [[1, 126, 100, 32766, 2147483646, 1.5, 0.1, "first"],
+            [2, -128, -127, -32768, -2147483648, -2.25, 1e300, "b"],
+            [3, *[Missing(0)] * 6, ""],
+            [4, 0, 1, 1, 1, 0.0, -1.0, "end"]]
+    return Dataset(variables, rows, label="Old data", stamp="22 Jan 1993 14:41", sort=[1],
+                   expansions=[("_dta", "note0", "1"), ("d", "unit", "kg")],
+                   value_labels={"bl": {2: "two", -1: "minus", 0: "none"}})
+
+
+def dots(data):
+    data.variables[1].name, data.variables[1].label = "a.b", "dotted"
+    data.variables[2].name, data.variables[3].name = "a_b", "a1b"
+    data.expansions.append(("a.b", "unit", "m"))
+    data.sort = [7, 1]
 
 
 def with_change(change, **options):
@@ -279,8 +332,17 @@ def files():
         DATA / "no_dataset.dta": b"x,y\n1,2\n",
         DATA / "old_110.dta": encode(small(), number=110),
     }
+    dotted = old()
+    dots(dotted)
+    made[DATA / "dots_105.dta"] = encode(dotted, number=105)
+    for number in FORMATS[:-2]:
+        if number == 110:
+            continue
+        order = "<" if number % 2 == 0 or number == 111 else ">"
+        made[DATA / f"old_{number}.dta"] = encode(old(), order, number)
+        made[SEEDS / f"old_{number}.dta"] = made[DATA / f"old_{number}.dta"]
     for name in ("small_lohi", "small_hilo", "small_112", "no_rows", "no_variables", "string_junk",
-                 "no_values_lohi", "no_text", "bad_table", "old_110", "later"):
+                 "no_values_lohi", "no_text", "bad_table", "old_110", "later", "dots_105"):
         made[SEEDS / f"{name}.dta"] = made[DATA / f"{name}.dta"]
     # 65536 rows of no bytes once outran the table that tells where rows are.
     rows_alone = bytearray(made[DATA / "no_variables.dta"])

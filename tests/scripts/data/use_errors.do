@@ -1,5 +1,5 @@
 * Would catch: a bad file with the words and code of another, data lost for a
-* file that is none.
+* damaged one.
 version 9.2
 use data/small_lohi
 generate kept = _n
@@ -19,34 +19,39 @@ capture noisily use data/no_dataset.dta, clear
 display _rc
 capture noisily use data/later, clear
 display _rc
-capture noisily use data/old_110, clear
-display _rc
 capture noisily use http://example.org/x, clear
 display _rc
 capture noisily use ftp://example.org/x, clear
 display _rc
-capture noisily use x using data/small_lohi, clear
-display _rc
-capture noisily use data/small_lohi in 1/2, clear
-display _rc
-* All that left the data alone.
-assert kept == _n & _N == 3
-* Cut in the rows; then names, a sort list and value labels that cannot be:
-* the data are gone.
+* Cut in the rows; then names, a sort list and value labels that cannot be.
 capture noisily use data/cut, clear
 display _rc " " _N " |$S_FN|"
-capture noisily use data/bad_name
+capture noisily use data/bad_name, clear
 display _rc
-capture noisily use data/bad_twice
+capture noisily use data/bad_twice, clear
 display _rc
-use data/small_lohi
-capture noisily use data/bad_sort
+capture noisily use data/bad_sort, clear
 display _rc " " _N
-capture noisily use data/bad_table
+capture noisily use data/bad_table, clear
+display _rc
+* Parts of files: names, conditions and ranges are those of the file.
+capture noisily use kept using data/small_lohi, clear
+display _rc
+capture noisily use x using data/small_lohi if g == 1, clear
+display _rc
+capture noisily use x using data/small_lohi in 3/2, clear
+display _rc
+capture noisily use x using data/small_lohi
+display _rc
+capture noisily use x using data/cut, clear
+display _rc
+* All that left the data alone, and still changed.
+assert kept == _n & _N == 3
+capture noisily use data/small_lohi
 display _rc
 * No errors: formats that are none become the type's own, and a label beyond
 * the limit leaves its table out.
-use data/bad_formats
+use data/bad_formats, clear
 describe
 use data/long_label
 list g
