@@ -249,7 +249,7 @@ constexpr CommandRow kCommands[] = {
     {"predict",           3, false, nullptr,      0, Gate::Below, 600},
 
     {"quietly",           3, false, CmdQuietly,   0},
-    {"query",             1, false, nullptr,      0},
+    {"query",             1, false, CmdQuery,     0},
 
     {"rename",            3, false, nullptr,      0},
     {"replace",           7, true,  CmdReplace,   0},

@@ -34,6 +34,7 @@ ReturnCode CmdLocal(int);    // argument: 1 local, 2 global, 7 c_local
 ReturnCode CmdTempvar(int);  // argument: 0 tempvar and tempname, 1 tempfile
 ReturnCode CmdError(int);
 ReturnCode CmdSet(int);
+ReturnCode CmdQuery(int);
 
 // output
 ReturnCode CmdDisplay(int);

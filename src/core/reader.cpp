@@ -24,6 +24,7 @@
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/session.h"
+#include "core/settings.h"
 #include "core/upcalls.h"
 #include "core/words.h"
 #include "frontend/frontend.h"
@@ -474,7 +475,7 @@ int32_t entry_before(int32_t at) {
 // #review [count [shown]]: the last `count` lines, of which the first `shown`, the oldest first.
 void show_review(std::string_view arguments) {
     int count = take_count(&arguments, kReviewDefault);
-    if (count > kReviewMost) count = kReviewMost;
+    count = std::min({count, kReviewMost, int(settings.reventries)});
     const int shown = take_count(&arguments, count);
     int32_t starts[kReviewMost];
     int found = 0;

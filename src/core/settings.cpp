@@ -1,13 +1,15 @@
-// core/settings.cpp - the table of settings and the kinds of their syntax.
+// core/settings.cpp - what the kinds of settings have in common: how each is parsed, recorded and
+// read back.
 //
 // A row says how its word is matched, which field it sets and within which bounds, and under which
-// key it is recorded. Rows are tried in their order.
+// key it is recorded. Numbers and switches are recorded as numbers, a word of a list as it is or by
+// its number. A failed `set` leaves the field as it was.
 #include "core/settings.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "core/commands.h"
 #include "core/macro.h"
@@ -17,6 +19,10 @@
 #include "core/scanner.h"
 #include "core/session.h"
 #include "core/settings_file.h"
+#include "core/settings_parse.h"
+#include "core/settings_table.h"
+#include "core/threads.h"
+#include "core/words.h"
 
 namespace korva {
 
@@ -24,58 +30,53 @@ SettingsState settings;
 
 namespace {
 
-struct SettingRow {
-    std::string_view name;
-    int minimum;
-    SettingKind kind;
-    void* field;        // int32_t for Number, bool for Switch
-    int64_t least = 0;  // Number
-    int64_t most = 0;
-    const char* key = nullptr;          // recorded under it; null: not persistent
-    void (*changed)() = nullptr;        // told after the field has changed
-    ReturnCode (*handler)() = nullptr;  // Handler; null: not available yet
-};
-
-void width_changed() {
-    SetResultsWidth(settings.linesize);
-}
-void paging_changed() {
-    SetResultsPaging(settings.pagesize, settings.more && !session.BatchMode);
-}
-void trace_changed() {
-    session.TraceDepth = session.CallDepth;
-}
-void procs_changed() {
-    session.procs = settings.procs_use;
+template <typename T>
+T& field_of(const SettingRow& row) {
+    return *static_cast<T*>(row.field);
 }
 
-// permanently behind a comma; *permanent tells if it was there.
-ReturnCode take_permanently(bool* permanent) {
-    *permanent = false;
-    NextToken();
-    if (TokenIsEmpty()) return 0;
-    if (!TokenIs(",")) return ReportInvalidSyntax();
-    NextToken(OptionSeparators);
-    if (!MatchAbbreviation(scanner.TokenBuffer, "permanently", 4)) return ReportInvalidSyntax();
-    *permanent = true;
-    return ExpectEnd(0);
+std::string name_of(const SettingRow& row) {
+    return std::string(row.name);
 }
 
-void record(const SettingRow& row, std::string_view value) {
-    RecordSetting(kSettingsSection, row.key, value);
-    const LevelGuard level(kLevelText);
-    out_tmrk("({cmd:set " + std::string(row.name) + "} preference recorded)\n");
+int64_t most_of(const SettingRow& row) {
+    return row.most != 0 ? row.most : ProcessorCount();
 }
 
-// 101 in words if `permanently` was given and the row is not recorded.
-ReturnCode check_permanent(const SettingRow& row, bool permanent) {
-    return permanent && row.key == nullptr ? ReportNotAllowed("option permanently") : 0;
+bool counts_now(const SettingRow& row) {
+    return session.version >= row.more.since && session.version < row.more.below;
 }
 
-// Ends a row's line: permanently, if it may be, then the record of the new value.
-ReturnCode finish(const SettingRow& row, bool permanent, std::string_view value) {
-    if (row.changed != nullptr) row.changed();
-    if (permanent && row.key != nullptr) record(row, value);
+// The value as it is recorded.
+std::string recorded_text(const SettingRow& row) {
+    switch (row.kind) {
+    case SettingKind::Switch:
+    case SettingKind::WindowSwitch: return field_of<bool>(row) ? "1" : "0";
+    case SettingKind::Code: return std::to_string(field_of<int32_t>(row));
+    default: return SettingText(row);
+    }
+}
+
+// The key of the row's own option.
+std::string option_key(const SettingRow& row) {
+    return std::string(row.key) + "_" + std::string(row.more.option);
+}
+
+// What may be asked before a row's field changes: permanently, where nothing is recorded, is 101.
+ReturnCode check_change(const SettingRow& row, bool permanent) {
+    if (permanent && row.key == nullptr) return ReportNotAllowed("option permanently");
+    return row.more.allowed != nullptr ? row.more.allowed() : 0;
+}
+
+// Ends a row's line: whoever must know is told, and the value is recorded.
+ReturnCode finish(const SettingRow& row, bool permanent) {
+    if (row.more.changed != nullptr) row.more.changed();
+    if (!permanent) return 0;
+    RecordSetting(kSettingsSection, row.key, recorded_text(row));
+    if (row.more.option_field != nullptr) {
+        RecordSetting(kSettingsSection, option_key(row), *row.more.option_field ? "1" : "0");
+    }
+    SayRecorded(row.name, row.more.recorded_note);
     return 0;
 }
 
@@ -87,154 +88,166 @@ ReturnCode set_number(const SettingRow& row) {
     if (error != std::errc() || end != text.data() + text.size()) {
         return ReportFoundWhere(text, "number");
     }
-    bool permanent;
-    if (ReturnCode rc = take_permanently(&permanent)) return rc;
-    if (ReturnCode rc = check_permanent(row, permanent)) return rc;
-    if (number < row.least || number > row.most) {
-        out_errorf("%.*s must be between %ld and %ld\n", int(row.name.size()), row.name.data(),
-                   long(row.least), long(row.most));
+    SettingOptions options;
+    if (ReturnCode rc = TakeSettingOptions(&options)) return rc;
+    if (ReturnCode rc = check_change(row, options.permanent)) return rc;
+    if (number < row.least || number > most_of(row)) {
+        const std::string name = row.more.dashed ? "-set " + name_of(row) + "-" : name_of(row);
+        out_error(name + " must be between " + std::to_string(row.least) + " and " +
+                  std::to_string(most_of(row)) + "\n");
         return 198;
     }
-    *static_cast<int32_t*>(row.field) = int32_t(number);
-    return finish(row, permanent, text);
+    field_of<int32_t>(row) = int32_t(number);
+    return finish(row, options.permanent);
+}
+
+// Position of the word in the row's list; -1: it is not in it.
+int find_word(const SettingRow& row, std::string_view word) {
+    const auto words = row.more.words;
+    const auto found = std::find(words.begin(), words.end(), word);
+    return found == words.end() ? -1 : int(found - words.begin());
+}
+
+// True and *number for a token of digits.
+bool token_is_number(int* number) {
+    const char* text = scanner.TokenBuffer;
+    const char* end = text + std::strlen(text);
+    const auto [behind, error] = std::from_chars(text, end, *number);
+    return error == std::errc() && behind == end;
 }
 
 ReturnCode set_switch(const SettingRow& row) {
     NextToken();
-    const bool on = TokenIs("on");
-    if (!on && !TokenIs("off")) return ReportRequired("on or off");
-    bool permanent;
-    if (ReturnCode rc = take_permanently(&permanent)) return rc;
-    if (ReturnCode rc = check_permanent(row, permanent)) return rc;
-    *static_cast<bool*>(row.field) = on;
-    return finish(row, permanent, on ? "on" : "off");
+    int number = 0;
+    const bool old_form = row.more.takes_number && token_is_number(&number);
+    const int word = find_word(row, scanner.TokenBuffer);  // nofloat 0, float 1
+    const bool on = TokenIs("on") || word == 1 || number != 0;
+    if (!on && !TokenIs("off") && word != 0 && !old_form) return ReportRequired("on or off");
+    SettingOptions options;
+    if (ReturnCode rc = TakeSettingOptions(&options)) return rc;
+    if (old_form && options.permanent) {
+        out_error("old syntax -set " + name_of(row) +
+                  " #- may not be combined with permanent option\n");
+        return 198;
+    }
+    if (ReturnCode rc = check_change(row, options.permanent)) return rc;
+    field_of<bool>(row) = on;
+    return finish(row, options.permanent);
 }
 
-// set type float|double
-ReturnCode set_type() {
+ReturnCode set_word(const SettingRow& row) {
     NextToken();
     const std::string word = scanner.TokenBuffer;
-    const bool is_double = word == "double";
-    if (!is_double && word != "float") {
-        out_error("-set type- may not be set to " + word + "; float and double are allowed\n");
+    const int i = find_word(row, word);
+    if (i < 0) return row.more.refuse(row.name, word);
+    SettingOptions options;
+    if (ReturnCode rc = TakeSettingOptions(&options)) return rc;
+    if (ReturnCode rc = check_change(row, options.permanent)) return rc;
+    if (row.kind == SettingKind::Code) {
+        field_of<int32_t>(row) = int32_t(row.least) + i;
+    } else {
+        field_of<const char*>(row) = row.more.words[size_t(i)];
+    }
+    return finish(row, options.permanent);
+}
+
+ReturnCode set_text(const SettingRow& row) {
+    const std::string text = TakeSettingText();
+    SettingOptions options;
+    if (ReturnCode rc = TakeSettingOptions(&options, row.more.option)) return rc;
+    if (ReturnCode rc = check_change(row, options.permanent)) return rc;
+    if (text.size() > size_t(row.most)) {
+        out_error(name_of(row) + " too long\n");
         return 198;
     }
-    bool permanent;
-    if (ReturnCode rc = take_permanently(&permanent)) return rc;
-    settings.default_type = is_double ? 255 : 254;
-    if (permanent) {
-        RecordSetting(kSettingsSection, "type", is_double ? "255" : "254");
-        const LevelGuard level(kLevelText);
-        out_tmrk("({cmd:set type} preference recorded)\n");
+    if (row.more.check != nullptr) {
+        if (ReturnCode rc = row.more.check(text)) return rc;
     }
+    field_of<std::string>(row) = text;
+    if (row.more.option_field != nullptr) *row.more.option_field = options.other;
+    return finish(row, options.permanent);
+}
+
+// Says of a setting that it does nothing any more.
+ReturnCode say(const std::string& markup) {
+    const LevelGuard level(kLevelText);
+    out_style();
+    out_tmrk(markup);
     return 0;
 }
-
-bool read_level(const std::string& text, double* level) {
-    char* end;
-    *level = std::strtod(text.c_str(), &end);
-    return !text.empty() && *end == 0;
-}
-
-bool level_is_sound(double level) {
-    return level >= 10 && level <= 99.99;
-}
-
-// set level #: a confidence level, kept as text.
-ReturnCode set_level() {
-    const std::string text = NextToken(OptionSeparators);
-    bool permanent;
-    if (ReturnCode rc = take_permanently(&permanent)) return rc;
-    if (text.size() > sizeof settings.level - 1) {
-        out_error("level too long\n");
-        return 198;
-    }
-    double level;
-    if (!read_level(text, &level)) return ReportFoundWhere(text, "number");
-    if (!level_is_sound(level)) {
-        out_error("level must be between 10 and 99.99\n");
-        return 198;
-    }
-    std::strcpy(settings.level, text.c_str());
-    SetMacro("S_level", text);
-    if (permanent) {
-        RecordSetting(kSettingsSection, "cilevel", text);
-        const LevelGuard level_text(kLevelText);
-        out_tmrk("({cmd:set level} preference recorded)\n");
-    }
-    return 0;
-}
-
-// set dp comma|period
-ReturnCode set_dp() {
-    NextToken();
-    const bool comma = TokenIs("comma");
-    if (!comma && !TokenIs("period")) return ReportRequired("comma or period");
-    if (ReturnCode rc = ExpectEnd(0)) return rc;
-    settings.dp_comma = comma;
-    return 0;
-}
-
-constexpr int32_t kMostProcessors = 1024;
-
-// clang-format off
-const SettingRow kSettings[] = {
-    // name          min  kind                  field                  least  most   key, changed, handler
-    {"adosize",      1, SettingKind::Number,  &settings.adosize,      10,    1000,  "adosize"},
-    {"dp",           2, SettingKind::Handler, nullptr,                0,     0,     nullptr, nullptr, set_dp},
-    {"level",        1, SettingKind::Handler, nullptr,                0,     0,     nullptr, nullptr, set_level},
-    {"linesize",     2, SettingKind::Number,  &settings.linesize,     40,    255,   nullptr, width_changed},
-    {"matsize",      3, SettingKind::Handler, nullptr},
-    {"maxvar",       6, SettingKind::Handler, nullptr},
-    {"memory",       3, SettingKind::Handler, nullptr},
-    {"more",         2, SettingKind::Switch,  &settings.more,         0,     0,     "more", paging_changed},
-    {"obs",          3, SettingKind::Handler, nullptr,                0,     0,     nullptr, nullptr, SetObs},
-    {"pagesize",     2, SettingKind::Number,  &settings.pagesize,     0,     32000, nullptr, paging_changed},
-    {"pollrate",     8, SettingKind::Number,  &session.pollcount,     1,     32000},
-    {"polltime",     8, SettingKind::Number,  &session.polltime,      1,     1000},
-    {"procs_use",    9, SettingKind::Number,  &settings.procs_use,    1,     kMostProcessors, nullptr, procs_changed},
-    {"rmsg",         1, SettingKind::Switch,  &settings.rmsg,         0,     0,     "rmsg"},
-    {"seed",         2, SettingKind::Handler, nullptr},
-    {"trace",        2, SettingKind::Switch,  &settings.trace,        0,     0,     nullptr, trace_changed},
-    {"tracedepth",   6, SettingKind::Number,  &settings.tracedepth,   1,     32000},
-    {"traceexpand",  6, SettingKind::Switch,  &settings.traceexpand,  0,     0,     "traceexpand"},
-    {"tracesep",     6, SettingKind::Switch,  &settings.tracesep,     0,     0,     "tracesep"},
-    {"traceindent",  6, SettingKind::Switch,  &settings.traceindent,  0,     0,     "traceindent"},
-    {"tracenumber",  6, SettingKind::Switch,  &settings.tracenumber,  0,     0,     "tracenumber"},
-    {"type",         2, SettingKind::Handler, nullptr,                0,     0,     nullptr, nullptr, set_type},
-    {"varabbrev",    9, SettingKind::Switch,  &settings.varabbrev,    0,     0,     "varabbrev"},
-};
-// clang-format on
 
 ReturnCode run_row(const SettingRow& row) {
+    const std::string name = name_of(row);
+    if (row.more.handler != nullptr) return row.more.handler();
     switch (row.kind) {
     case SettingKind::Number: return set_number(row);
+    case SettingKind::WindowSwitch:
+        if (session.BatchMode) return ReportError(8002);
+        [[fallthrough]];
     case SettingKind::Switch: return set_switch(row);
-    case SettingKind::Ignored:
-        out_text("(-set " + std::string(row.name) + "- is irrelvant nowadays)\n");
-        return 0;
-    case SettingKind::Irrelevant:
-        out_text("(-set " + std::string(row.name) + "- irrelevant in this version of Korva)\n");
-        return 0;
     case SettingKind::Word:
+    case SettingKind::Code: return set_word(row);
+    case SettingKind::Text: return set_text(row);
+    case SettingKind::Ignored: return say("(-set " + name + "- is irrelvant nowadays)\n");
+    case SettingKind::Irrelevant:
+        return say("(-set " + name + "- irrelevant in this version of Korva)\n");
+    case SettingKind::NoLonger: return say("{cmd:set " + name + "} no longer applicable\n");
+    case SettingKind::NoNeed:
+        return say("(maxvar and maxobs no longer need be set with this version of Korva)\n");
     case SettingKind::Handler: break;
     }
-    if (row.handler != nullptr) return row.handler();
-    out_error("set " + std::string(row.name) + " is not available yet\n");
+    out_error("set " + name + " is not available yet\n");
     return 199;
 }
 
 void load_row(const SettingRow& row, const RecordedSettings& recorded) {
     std::string text;
     if (row.key == nullptr || !FindRecorded(recorded, kSettingsSection, row.key, &text)) return;
-    if (row.kind == SettingKind::Switch) {
-        if (text == "on" || text == "off") *static_cast<bool*>(row.field) = text == "on";
-    } else if (row.kind == SettingKind::Number) {
-        const int64_t number = RecordedNumber(recorded, kSettingsSection, row.key, row.least - 1);
-        if (number >= row.least && number <= row.most) {
-            *static_cast<int32_t*>(row.field) = int32_t(number);
+    const int64_t number = RecordedNumber(recorded, kSettingsSection, row.key, -1);
+    switch (row.kind) {
+    case SettingKind::Switch:
+    case SettingKind::WindowSwitch:
+        if (number == 0 || number == 1) field_of<bool>(row) = number == 1;
+        break;
+    case SettingKind::Number:
+        if (number >= row.least && number <= most_of(row)) {
+            field_of<int32_t>(row) = int32_t(number);
         }
+        break;
+    case SettingKind::Code:
+        if (number >= row.least && number < row.least + int64_t(row.more.words.size())) {
+            field_of<int32_t>(row) = int32_t(number);
+        }
+        break;
+    case SettingKind::Word:
+        if (const int i = find_word(row, text); i >= 0) {
+            field_of<const char*>(row) = row.more.words[size_t(i)];
+        }
+        break;
+    case SettingKind::Text:
+        if (text.size() > size_t(row.most)) break;
+        field_of<std::string>(row) = text;
+        if (row.more.option_field != nullptr) {
+            *row.more.option_field = RecordedNumber(recorded, kSettingsSection, option_key(row),
+                                                    0) == 1;
+        }
+        break;
+    default: break;
     }
+}
+
+// Settings that are read first, in this order; the others follow in that of the table.
+constexpr std::string_view kReadFirst[] = {
+    "adosize",  "lumocache",    "lumofavor",       "lumostrict",    "lumolobfirst",
+    "charset",  "checksum",     "logtype",         "maxiter",       "more",
+    "netdebug", "fastscroll",   "maxdb",           "printcolor",    "copycolor",
+    "rmsg",     "reventries",   "searchdefault",   "varabbrev",     "timeout1",
+    "timeout2", "traceindent",  "traceexpand",     "tracenumber",   "tracesep",
+    "type",     "update_query", "update_interval", "update_prompt", "scheme",
+};
+
+bool is_read_first(std::string_view name) {
+    return std::find(std::begin(kReadFirst), std::end(kReadFirst), name) != std::end(kReadFirst);
 }
 
 int64_t recorded_within(const RecordedSettings& recorded, const char* key, int64_t least,
@@ -245,16 +258,50 @@ int64_t recorded_within(const RecordedSettings& recorded, const char* key, int64
 
 }  // namespace
 
-size_t SettingCount() {
-    return std::size(kSettings);
+ReturnCode TakeSettingOptions(SettingOptions* options, std::string_view other) {
+    NextToken();
+    if (TokenIsEmpty()) return 0;
+    if (!TokenIs(",")) return ReportInvalidSyntax();
+    do {
+        NextToken(OptionSeparators);
+        if (MatchAbbreviation(scanner.TokenBuffer, "permanently", 4)) {
+            options->permanent = true;
+        } else if (!other.empty() && TokenIs(other)) {
+            options->other = true;
+        } else {
+            return ReportInvalidSyntax();
+        }
+    } while (PeekChar() != 0);
+    return 0;
 }
 
-std::string_view SettingName(size_t i) {
-    return kSettings[i].name;
+std::string TakeSettingText() {
+    if (PeekChar() == '"') return NextToken() + 1;
+    char* from = SkipBlanks(ScanRest());
+    const size_t n = std::strcspn(from, ",");
+    SetScanPointer(from + n);
+    return std::string(TrimBlanks(std::string_view(from, n)));
 }
 
-SettingKind KindOfSetting(size_t i) {
-    return kSettings[i].kind;
+void SayRecorded(std::string_view name, std::string_view behind) {
+    const LevelGuard level(kLevelText);
+    out_style();
+    out_tmrk("({cmd:set " + std::string(name) + "} preference recorded" + std::string(behind) +
+             ")\n");
+}
+
+std::string SettingText(const SettingRow& row) {
+    if (row.more.show != nullptr) return row.more.show();
+    switch (row.kind) {
+    case SettingKind::Number: return std::to_string(field_of<int32_t>(row));
+    case SettingKind::Switch:
+    case SettingKind::WindowSwitch: return field_of<bool>(row) ? "on" : "off";
+    case SettingKind::Word: return field_of<const char*>(row);
+    case SettingKind::Code:
+        return row.more.words[size_t(field_of<int32_t>(row) - int32_t(row.least))];
+    case SettingKind::Text: return field_of<std::string>(row);
+    default: return {};
+    }
 }
 
 void LoadMemoryPreferences(const RecordedSettings& recorded) {
@@ -264,31 +311,41 @@ void LoadMemoryPreferences(const RecordedSettings& recorded) {
 }
 
 void LoadPersistentSettings(const RecordedSettings& recorded) {
-    for (const SettingRow& row : kSettings) load_row(row, recorded);
-    settings.default_type = RecordedNumber(recorded, kSettingsSection, "type", 254) == 255 ? 255
-                                                                                           : 254;
+    for (std::string_view name : kReadFirst) {
+        for (const SettingRow& row : SettingTable()) {
+            if (row.name == name) load_row(row, recorded);
+        }
+    }
+    for (const SettingRow& row : SettingTable()) {
+        if (!is_read_first(row.name)) load_row(row, recorded);
+    }
+    constexpr size_t kMostLibraries = 255;  // characters of the list
+    const char* libraries = std::getenv("LUMOLIB");
+    if (libraries != nullptr && std::strlen(libraries) <= kMostLibraries) {
+        settings.lumolibs = libraries;
+    }
 }
 
 void LoadConfidenceLevel(const RecordedSettings& recorded) {
     std::string text;
-    double level;
     if (!FindRecorded(recorded, kSettingsSection, "cilevel", &text)) return;
-    if (text.size() >= sizeof settings.level || !read_level(text, &level)) return;
-    if (!level_is_sound(level)) return;
+    if (text.size() >= sizeof settings.level || !LevelIsSound(text)) return;
     std::strcpy(settings.level, text.c_str());
     SetMacro("S_level", text);
 }
 
-// set name value [, permanently]
+// set [name value [, permanently]]
 ReturnCode CmdSet(int) {
     const std::string word = NextToken();
-    for (const SettingRow& row : kSettings) {
-        if (MatchAbbreviation(word, row.name, row.minimum)) return run_row(row);
+    if (word.empty()) return CmdQuery(0);
+    bool known = false;
+    for (const SettingRow& row : SettingTable()) {
+        if (!MatchAbbreviation(word, row.name, row.minimum)) continue;
+        if (counts_now(row)) return run_row(row);
+        known = true;
     }
-    if (word.empty()) {
-        out_error("command query is not available yet\n");
-        return 199;
-    }
+    // A word that only other versions know is told apart from one that none does.
+    if (known) out_error("-set " + word + "- not allowed; ");
     out_error(word + " not recognized\n");
     return 198;
 }

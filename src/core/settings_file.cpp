@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 
@@ -29,22 +31,26 @@ std::string settings_directory() {
     return home != nullptr && *home != 0 ? std::string(home) + "/.config/korva" : "";
 }
 
-std::string read_whole(const std::string& path) {
-    std::string text;
+// The text at the path. False: something stands there that is no file of a sensible size, or it
+// cannot be read; a file that is not there is empty.
+bool read_whole(const std::string& path, std::string* text) {
+    errno = EIO;
     // Not blocking: what stands there may be no file.
     const int fd = StressFails() ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) return text;
+    if (fd < 0) return errno == ENOENT || errno == ENOTDIR;
     struct stat status;
-    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
-        close(fd);
-        return text;
-    }
+    const bool is_file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
     char block[4096];
-    for (ssize_t n; (n = read(fd, block, sizeof block)) > 0 && text.size() < kMaxFileBytes;) {
-        text.append(block, size_t(n));
+    ssize_t n = is_file ? 0 : -1;
+    while (is_file && text->size() <= kMaxFileBytes && (n = read(fd, block, sizeof block)) > 0) {
+        text->append(block, size_t(n));
     }
     close(fd);
-    return text;
+    return n == 0;
+}
+
+bool has_control(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), [](char c) { return uint8_t(c) < ' '; });
 }
 
 struct SettingLine {
@@ -58,26 +64,38 @@ bool parse_line(std::string_view line, SettingLine* out) {
     const size_t first = line.find(' ');
     if (first == std::string_view::npos) return false;
     const size_t second = line.find(' ', first + 1);
-    if (second == std::string_view::npos) return false;
+    if (second == std::string_view::npos || first == 0 || second == first + 1) return false;
+    if (has_control(line)) return false;
     *out = {line.substr(0, first), line.substr(first + 1, second - first - 1),
             line.substr(second + 1)};
     return out->value.size() <= kMaxSettingBytes;
 }
 
-// The text as lines, the line of (section, key) left out.
-std::string lines_without(std::string_view text, std::string_view section, std::string_view key) {
-    std::string kept;
+// Calls visit(line, row) for each line that is a setting; false: there are others.
+template <typename Visit>
+bool for_each_line(std::string_view text, Visit visit) {
+    bool sound = true;
     while (!text.empty()) {
         const size_t end = text.find('\n');
         const std::string_view line = text.substr(0, end);
         SettingLine row;
-        if (parse_line(line, &row) && !(row.section == section && row.key == key)) {
-            kept.append(line);
-            kept += '\n';
+        if (parse_line(line, &row)) {
+            visit(line, row);
+        } else if (!line.empty()) {
+            sound = false;
         }
         if (end == std::string_view::npos) break;
         text.remove_prefix(end + 1);
     }
+    return sound;
+}
+
+// The text as lines, the line of (section, key) left out.
+std::string lines_without(std::string_view text, std::string_view section, std::string_view key) {
+    std::string kept;
+    for_each_line(text, [&](std::string_view line, const SettingLine& row) {
+        if (row.section != section || row.key != key) kept.append(line).append("\n");
+    });
     return kept;
 }
 
@@ -94,24 +112,26 @@ void write_whole(const std::string& path, std::string_view text) {
 }  // namespace
 
 RecordedSettings ReadSettingsFile() {
+    RecordedSettings recorded;
     const std::string directory = settings_directory();
-    return {directory.empty() ? "" : read_whole(directory + "/settings")};
+    if (directory.empty()) return recorded;
+    const bool is_read = read_whole(directory + "/settings", &recorded.text);
+    if (is_read && for_each_line(recorded.text, [](auto, const auto&) {})) return recorded;
+    // Half of what somebody chose may be worse than none of it.
+    recorded.text.clear();
+    recorded.damaged = directory + "/settings";
+    return recorded;
 }
 
 bool FindRecorded(const RecordedSettings& recorded, std::string_view section, std::string_view key,
                   std::string* value) {
-    std::string_view rest = recorded.text;
-    while (!rest.empty()) {
-        const size_t end = rest.find('\n');
-        SettingLine row;
-        if (parse_line(rest.substr(0, end), &row) && row.section == section && row.key == key) {
-            *value = row.value;
-            return true;
-        }
-        if (end == std::string_view::npos) break;
-        rest.remove_prefix(end + 1);
-    }
-    return false;
+    bool found = false;
+    for_each_line(recorded.text, [&](std::string_view, const SettingLine& row) {
+        if (found || row.section != section || row.key != key) return;
+        *value = row.value;
+        found = true;
+    });
+    return found;
 }
 
 int64_t RecordedNumber(const RecordedSettings& recorded, std::string_view section,
@@ -125,15 +145,21 @@ int64_t RecordedNumber(const RecordedSettings& recorded, std::string_view sectio
 
 void RecordSetting(std::string_view section, std::string_view key, std::string_view value) {
     const std::string directory = settings_directory();
-    if (directory.empty() || value.find('\n') != std::string_view::npos) return;
+    if (directory.empty() || has_control(value)) return;
     const size_t parent = directory.rfind('/');
     mkdir(directory.substr(0, parent).c_str(), 0777);
-    mkdir(directory.c_str(), 0777);
+    mkdir(directory.c_str(), 0700);  // a password may be among the values
     const std::string path = directory + "/settings";
     const int lock = open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (lock < 0) return;
     flock(lock, LOCK_EX);
-    std::string text = lines_without(read_whole(path), section, key);
+    std::string old;
+    // What is no setting goes; what cannot be read now may be whole, and stays.
+    if (!read_whole(path, &old) && old.size() <= kMaxFileBytes) {
+        close(lock);
+        return;
+    }
+    std::string text = lines_without(old, section, key);
     text.append(section).append(" ").append(key).append(" ");
     text.append(value.substr(0, kMaxSettingBytes)).append("\n");
     write_whole(path, text);

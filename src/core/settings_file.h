@@ -1,7 +1,8 @@
 // core/settings_file.h - the persistent settings: a small text file of `section key value` lines.
 //
 // It stands at korva/settings under $XDG_CONFIG_HOME (default ~/.config). Values are texts of at
-// most 499 bytes; what cannot be read is as if it were not there.
+// most 499 bytes. A file with a line that is none of ours counts as damaged: nothing of it is used,
+// and the next value that is recorded leaves out the lines that are no settings.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +20,7 @@ constexpr size_t kMaxSettingBytes = 499;
 // The whole file, read once for many look-ups; empty when there is none.
 struct RecordedSettings {
     std::string text;
+    std::string damaged = {};  // the file's path, if it is damaged or cannot be read
 };
 RecordedSettings ReadSettingsFile();
 

@@ -122,6 +122,14 @@ void print_memory_fallback() {
              "    {cmd:set maxvar} #, {cmd:permanently}\n");
 }
 
+// Says once that what was recorded is not in force.
+void print_damaged_settings(const RecordedSettings& recorded) {
+    if (recorded.damaged.empty()) return;
+    const LevelGuard level(kLevelText);
+    out_text("(note: settings file " + recorded.damaged +
+             " is damaged; the settings have their defaults)\n");
+}
+
 // The directory of the executable, which must hold the marker file. Words are shown on failure.
 bool find_installation(std::string* directory) {
     char path[4096];
@@ -332,6 +340,7 @@ int SessionStart(int argc, char** argv) {
     StartDirectories(installation);
     StartStage = 18;
     print_memory_fallback();
+    print_damaged_settings(recorded);
     if (int64_t(command.size()) >= session.conslen) {
         show_note("command too long");
         return -1;

@@ -2,6 +2,8 @@
 #include "core/trace.h"
 
 #include <algorithm>
+#include <cctype>
+#include <string>
 
 #include "core/print.h"
 #include "core/session.h"
@@ -21,6 +23,47 @@ int trace_depth() {
 // Programs and do-files deeper than tracedepth stay silent.
 bool trace_shows() {
     return settings.trace && trace_depth() <= settings.tracedepth;
+}
+
+bool is_word_byte(char c) {
+    return uint8_t(c) >= 0x80 || c == '_' || std::isalnum(uint8_t(c)) != 0;
+}
+
+// Where tracehilite's pattern stands in the line from `from` on; npos: nowhere.
+size_t find_pattern(std::string_view line, size_t from) {
+    const std::string& pattern = settings.tracehilite;
+    for (size_t at = line.find(pattern, from); at != line.npos; at = line.find(pattern, at + 1)) {
+        const size_t behind = at + pattern.size();
+        const bool alone = (at == 0 || !is_word_byte(line[at - 1])) &&
+                           (behind == line.size() || !is_word_byte(line[behind]));
+        if (alone || !settings.tracehilite_word) return at;
+    }
+    return line.npos;
+}
+
+// The text for use inside a directive: braces would end it.
+std::string without_braces(std::string_view text) {
+    std::string markup;
+    for (char c : text) {
+        if (c == '{') markup += "{c -(}";
+        if (c == '}') markup += "{c )-}";
+        if (c != '{' && c != '}') markup += c;
+    }
+    return markup;
+}
+
+// The line, each occurrence of tracehilite's pattern in the style of commands.
+void print_line(std::string_view line) {
+    size_t from = 0;
+    if (!settings.tracehilite.empty()) {
+        const std::string marked = "{cmd:" + without_braces(settings.tracehilite) + "}";
+        for (size_t at; (at = find_pattern(line, from)) != line.npos;) {
+            out_text(line.substr(from, at - from));
+            out_tmrk(marked);
+            from = at + settings.tracehilite.size();
+        }
+    }
+    out_text(line.substr(from));
 }
 
 void print_indent() {
@@ -47,7 +90,7 @@ void TraceLine(bool expanded) {
     }
     print_indent();
     out_text(settings.tracesep ? (expanded ? "= " : "- ") : " ");
-    out_text(session.ConsoleBuffer);
+    print_line(session.ConsoleBuffer);
     out_newline();
 }
 

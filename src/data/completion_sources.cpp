@@ -14,7 +14,7 @@
 #include "core/platform.h"
 #include "core/program.h"
 #include "core/session.h"
-#include "core/settings.h"
+#include "core/settings_table.h"
 #include "core/store.h"
 #include "core/system_values.h"
 #include "data/dataset.h"
@@ -167,21 +167,27 @@ void add_system_values(ChoiceList* list) {
     }
 }
 
+// Rows for older versions and words that do nothing any more are not offered.
 void add_settings(ChoiceList* list) {
-    for (size_t i = 0; i < SettingCount(); i++) list->add(SettingName(i), "setting");
+    for (const SettingRow& row : SettingTable()) {
+        if (row.kind < SettingKind::Ignored && row.more.below == INT32_MAX) {
+            list->add(row.name, "setting");
+        }
+    }
 }
 
 void add_setting_values(std::string_view setting, ChoiceList* list) {
     static constexpr std::string_view kSwitch[] = {"off", "on"};
-    static constexpr std::string_view kTypes[] = {"double", "float"};
     static constexpr std::string_view kPoints[] = {"comma", "period"};
-    for (size_t i = 0; i < SettingCount(); i++) {
-        const std::string_view name = SettingName(i);
-        if (!name.starts_with(setting)) continue;
-        if (KindOfSetting(i) == SettingKind::Switch) return add_words(kSwitch, list);
-        if (name == "type") return add_words(kTypes, list);
-        if (name == "dp") return add_words(kPoints, list);
-        if (name == setting) return;
+    for (const SettingRow& row : SettingTable()) {
+        if (!row.name.starts_with(setting)) continue;
+        const bool is_switch = row.kind == SettingKind::Switch ||
+                               row.kind == SettingKind::WindowSwitch;
+        if (is_switch) return add_words(kSwitch, list);
+        for (const char* word : row.more.words) list->add(word, {});
+        if (!row.more.words.empty()) return;
+        if (row.name == "dp") return add_words(kPoints, list);
+        if (row.name == setting) return;
     }
 }
 

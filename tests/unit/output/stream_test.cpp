@@ -193,9 +193,9 @@ TEST(Stream, ADialogTabIsAFrameOnALine) {
 TEST(Stream, CharactersByName) {
     EXPECT_EQ(shown("{c 0x41}{c 0x4}{c 0x414}{c 256}{c 66}\n"), "A{c 0x4}{c 0x414}{c 256}B|");
     EXPECT_EQ(shown("{c -(}{c )-}{c S|}{c 'g}{c |}{c +}{char e'g}{c A:}\n"), "{}$`|+\xe8\xc4|");
-    snprintf(settings.charset, sizeof settings.charset, "mac");
+    settings.charset = "mac";
     EXPECT_EQ(shown("{c e'g}{c A:}\n"), "\x8f\x80|");
-    snprintf(settings.charset, sizeof settings.charset, "latin1");
+    settings.charset = "latin1";
     Collector c;
     c.feed("a{c TLC}b\n");
     EXPECT_EQ(
