@@ -289,7 +289,7 @@ constexpr CommandRow kCommands[] = {
     {"tokenize",          5, false, nullptr,      0},
     {"tsrevar",           7, false, nullptr,      0},
     {"type",              2, false, nullptr,      0},
-    {"translate",         5, false, nullptr,      0},
+    {"translate",         5, false, CmdTranslate, 0},
     {"translator",       10, false, nullptr,      0},
     {"transmap",          8, false, nullptr,      0},
 

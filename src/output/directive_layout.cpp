@@ -11,6 +11,8 @@ namespace korva {
 
 namespace {
 
+constexpr uint64_t kCopyCost = 64;  // what a copy of {dup} costs besides its bytes
+
 // Sets the style for the text only, or from here on when there is no text.
 bool set_style(OutputStream* s, const DirectiveCall* call, uint8_t style) {
     const uint8_t before = s->style;
@@ -169,8 +171,14 @@ bool dir_align(OutputStream* s, DirectiveCall* call) {
 bool dir_dup(OutputStream* s, DirectiveCall* call) {
     const int copies = read_number(next_token(call));
     if (copies < 0 || copies > 999 || !finish_arguments(call) || !call->has_text) return false;
-    // Copies inside copies can be very many: the user may break in.
+    // Copies inside copies can be very many: the user may break in, and a stream may bound them.
+    const uint64_t cost = kCopyCost + call->text.size();
     for (int i = 0; i < copies && !session.BreakFlag; i++) {
+        if (s->copy_bytes_left < cost) {
+            s->copy_bytes_left = 0;
+            break;
+        }
+        s->copy_bytes_left -= cost;
         render(s, call->text);
         Poll(session.pollcount);
     }

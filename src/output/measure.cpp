@@ -34,6 +34,7 @@ int measure(const OutputStream* s, std::string_view markup, StreamSink sink) {
     init_stream(&counter, sink, &columns, kMeasureWidth);
     counter.underline_capable = s->underline_capable;
     counter.measuring = s->measuring + 1;
+    counter.copy_bytes_left = s->copy_bytes_left;
     out_stream_set_mode(&counter, kModeLine);
     counter.depth = 1;  // as inside a directive: nothing here may change the mode
     render(&counter, markup);

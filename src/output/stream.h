@@ -100,7 +100,8 @@ struct OutputStream {
     char text[kMaxLineColumns + 1];
     uint32_t mode_changes = 0;  // how the renderer sees that a directive changed the mode
     int32_t binding = 0;        // inside {bind}: blanks do not end words
-    int32_t measuring = 0;      // streams that wait for the width of this one's text
+    uint64_t copy_bytes_left = UINT64_MAX;  // {dup} stops where it is used up, and leaves 0
+    int32_t measuring = 0;                  // streams that wait for the width of this one's text
 };
 
 struct StreamState {
