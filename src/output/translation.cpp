@@ -96,23 +96,20 @@ Translation::~Translation() {
 void take_line_apart(const uint8_t* record, LineParts* parts) {
     parts->text = {record_text(record), size_t(record_text_length(record))};
     const int length = int(parts->text.size());
-    const uint8_t* p = record_links(record);
-    for (int n = *p++; n > 0; n--, p += 4 + p[3]) {
-        const int end = p[1] == 0 ? length : p[1];
-        if (p[0] >= end) continue;
-        const size_t args = p[3] > 0 ? size_t(p[3] - 1) : 0;
-        parts->links.push_back({p[0], end, p[2], {reinterpret_cast<const char*>(p + 4), args}});
+    LinkReader links = record_links(record);
+    for (RecordLink link; next_link(&links, &link);) {
+        if (link.first < link.end) {
+            parts->links.push_back({link.first, link.end, link.kind, link.argument});
+        }
     }
-    const char* anchor = reinterpret_cast<const char*>(record_anchors(record));
-    for (; *anchor != 0; anchor += parts->anchors.back().size() + 1) {
-        parts->anchors.emplace_back(anchor);
+    for (const char* name = record_anchors(record); *name != 0; name = next_anchor(name)) {
+        parts->anchors.emplace_back(name);
     }
-    const uint8_t* runs = record_runs(record);
     size_t link = 0;
     int column = 0;
-    for (int i = 0; i <= runs[0]; i++) {
-        const uint8_t style = runs[2 + 2 * i];
-        const int run_end = std::min(int(runs[3 + 2 * i]), length);
+    RunReader runs = record_runs(record);
+    for (RecordRun run; next_run(&runs, &run);) {
+        const int run_end = std::min(run.end, length);
         while (column < run_end) {
             while (link < parts->links.size() && parts->links[link].end <= column) link++;
             const bool ahead = link < parts->links.size();
@@ -122,7 +119,7 @@ void take_line_apart(const uint8_t* record, LineParts* parts) {
                 end = std::min(end, inside ? parts->links[link].end : parts->links[link].first);
             }
             parts->pieces.push_back({parts->text.substr(size_t(column), size_t(end - column)),
-                                     style, inside ? int(link) : -1});
+                                     run.style, inside ? int(link) : -1});
             column = end;
         }
     }
