@@ -97,6 +97,9 @@ struct SettingsState {
     int32_t maxiter = 16000;
     bool profiling = false;
     bool varabbrev = true;  // variable names may be abbreviated
+    // -set linesize- and -set pagesize- were used: the window no longer decides.
+    bool linesize_given = false;
+    bool pagesize_given = false;
     // What was asked for at start-up when the system refused it; 0: nothing was refused.
     int64_t refused_memory = 0;
     int32_t refused_maxvar = 0;

@@ -143,12 +143,18 @@ int64_t RecordedNumber(const RecordedSettings& recorded, std::string_view sectio
     return error == std::errc() && end == text.data() + text.size() ? number : otherwise;
 }
 
-void RecordSetting(std::string_view section, std::string_view key, std::string_view value) {
+std::string MakeSettingsDirectory() {
     const std::string directory = settings_directory();
-    if (directory.empty() || has_control(value)) return;
-    const size_t parent = directory.rfind('/');
-    mkdir(directory.substr(0, parent).c_str(), 0777);
+    if (directory.empty()) return directory;
+    mkdir(directory.substr(0, directory.rfind('/')).c_str(), 0777);
     mkdir(directory.c_str(), 0700);  // a password may be among the values
+    return directory;
+}
+
+void RecordSetting(std::string_view section, std::string_view key, std::string_view value) {
+    if (has_control(value)) return;
+    const std::string directory = MakeSettingsDirectory();
+    if (directory.empty()) return;
     const std::string path = directory + "/settings";
     const int lock = open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (lock < 0) return;

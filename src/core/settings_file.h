@@ -32,6 +32,9 @@ bool FindRecorded(const RecordedSettings& recorded, std::string_view section, st
 int64_t RecordedNumber(const RecordedSettings& recorded, std::string_view section,
                        std::string_view key, int64_t otherwise);
 
+// The directory of the settings file, made if it is missing; empty when there is no home.
+std::string MakeSettingsDirectory();
+
 // Records a value: the file is written whole beside the old one, flushed and renamed over it, under
 // a lock, so that two sessions lose nothing of each other's. Failures are not reported.
 void RecordSetting(std::string_view section, std::string_view key, std::string_view value);

@@ -36,7 +36,12 @@ constexpr int64_t kPatternBytes = 244;
 constexpr int64_t kLibraryBytes = 255;
 
 void width_changed() {
+    settings.linesize_given = true;
     SetResultsWidth(settings.linesize);
+}
+void page_changed() {
+    settings.pagesize_given = true;
+    SetResultsPaging(settings.pagesize, settings.more && !session.BatchMode);
 }
 void paging_changed() {
     SetResultsPaging(settings.pagesize, settings.more && !session.BatchMode);
@@ -210,7 +215,7 @@ const SettingRow kSettings[] = {
     {"linegap",       5, Number,   &settings.linegap,        0, 10, nullptr, Group::Output},
     {"linesize",      2, Number,   &settings.linesize,      10, INT32_MAX, nullptr, Group::None, {.below = 700, .changed = width_changed}},
     {"linesize",      2, Number,   &settings.linesize,      40, 255, nullptr, Group::Output, {.changed = width_changed}},
-    {"pagesize",      2, Number,   &settings.pagesize,       0, 32000, nullptr, Group::Output, {.changed = paging_changed}},
+    {"pagesize",      2, Number,   &settings.pagesize,       0, 32000, nullptr, Group::Output, {.changed = page_changed}},
     {"logtype",       4, Word,     &settings.logtype,        0, 0, "logtype", Group::Output, {.words = kLogTypes, .refuse = refuse_log_type}},
     {"lumocache",     4, Number,   &settings.lumocache,      1, 2000000, "lumocache", Group::Lumo},
     {"lumofavor",     9, Word,     &settings.lumofavor,      0, 0, "lumofavor", Group::Lumo, {.words = kFavors, .refuse = refuse_favor}},

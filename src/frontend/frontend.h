@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 namespace korva {
 
@@ -46,5 +47,11 @@ FrontEnd StdioFrontEnd();
 // What a front end calls of the engine.
 int SessionMain(int argc, char** argv);  // core/session.cpp
 bool BreakStands();                      // core/poll.cpp: a break is in force
+
+// What one with a terminal asks beside that (core/user_terminal.cpp).
+bool StatementGoesOn();                 // the line to be read goes on with a statement that runs
+std::string FunctionKeyText(int key);   // the macro of a function key, 1 to 10; may be empty
+std::string HistoryPath();              // the file for typed lines; empty: there is no place for it
+void FitWindow(int columns, int rows);  // linesize and pagesize follow the window, unless set
 
 }  // namespace korva

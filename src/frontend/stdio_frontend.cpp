@@ -1,148 +1,82 @@
 // frontend/stdio_frontend.cpp - the front end on standard input and standard output.
 //
-// Finished lines come as records and go out as plain bytes or, to a terminal, with colours. Input
-// is read in blocks. Output gathers in a buffer that a read, enough text, or the pump, which Poll
-// calls every few milliseconds, sends on its way: a write for each line that is flushed would cost
-// more than making it.
-#include <poll.h>
-#include <signal.h>
+// From a pipe or a file bytes are keys as they come. At a terminal lines are edited, by readline
+// or by the terminal itself, and reach the engine when they have been entered.
+#include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include "frontend/frontend.h"
+#include "frontend/keyboard.h"
+#include "frontend/line_editor.h"
 #include "frontend/line_record.h"
+#include "frontend/stdio_output.h"
+#include "frontend/typed_lines.h"
 
 namespace korva {
 
 namespace {
 
-constexpr size_t kFlushBytes = 65536;  // gathered output goes out from here on
+constexpr int kEscape = 27;
+constexpr int kSequenceMs = 20;  // the bytes of one key come faster, typed keys slower
 
 struct StdioState {
     bool input_is_terminal = false;
-    bool colours = false;
-    char input[65536];
-    size_t next = 0;  // of the bytes read and not yet taken
-    size_t filled = 0;
-    std::u16string queued;  // keys that dialogs or menus have queued; editing keys pass 255
+    bool lines_are_open = false;  // OpenTypedLines was called
+    std::u16string queued;        // keys that dialogs or menus have queued; editing keys pass 255
     size_t queued_next = 0;
-    std::string output;     // gathered
-    int partial_shown = 0;  // bytes of the unfinished line that have been shown
     std::string note;
 };
 StdioState state;
 
-void write_all(int fd, const char* bytes, size_t n) {
-    while (n > 0) {
-        const ssize_t done = write(fd, bytes, n);
-        if (done < 0 && errno == EINTR) continue;
-        if (done <= 0) return;  // the reader has gone: what is left has no place to go
-        bytes += done;
-        n -= size_t(done);
-    }
-}
-
-void send_output() {
-    write_all(STDOUT_FILENO, state.output.data(), state.output.size());
-    state.output.clear();
-}
-
-// The attributes of a style for a terminal, empty for plain text; they read on dark and on light
-// grounds. Classes: 1 result, 2 text, 4 error, 5 input, 6 link, 7 highlight.
-std::string attributes_of(unsigned char style) {
-    static constexpr const char* kOfClass[8] = {"", ";1", "", "", ";31", ";36", ";4", ";1"};
-    std::string attributes = kOfClass[style & kClassMask];
-    if (style & kStyleBold) attributes += ";1";
-    if (style & kStyleItalic) attributes += ";3";
-    if (style & kStyleUnderline) attributes += ";4";
-    return attributes;
-}
-
-// Adds the bytes [from, to) of a run, line-drawing bytes as plain characters.
-void add_run(const char* text, int from, int to, unsigned char style) {
-    if (!(style & kStyleGraphic)) {
-        state.output.append(text + from, size_t(to - from));
-        return;
-    }
-    for (int i = from; i < to; i++) state.output += plain_graphic(text[i]);
-}
-
-// Adds a run with its attributes around it.
-void add_styled_run(const char* text, int from, int to, unsigned char style) {
-    const std::string attributes = state.colours ? attributes_of(style) : std::string();
-    if (!attributes.empty()) state.output += "\033[0" + attributes + "m";
-    add_run(text, from, to, style);
-    if (!attributes.empty()) state.output += "\033[0m";
-}
-
-// Adds the record's line from column `from` on.
-void add_line(const unsigned char* record, int from) {
-    const char* text = record_text(record);
-    RunReader runs = record_runs(record);
-    for (RecordRun run; next_run(&runs, &run);) {
-        const int first = std::max(run.first, from);
-        if (run.end > first) add_styled_run(text, first, run.end, run.style);
-    }
-}
-
-// A line that a flush has shown in part is finished behind what stands there; one that has become
-// shorter since is another line.
-void add_rest_of_line(const unsigned char* record) {
-    const int length = record_text_length(record);
-    add_line(record, state.partial_shown <= length ? state.partial_shown : 0);
-    state.partial_shown = length;
-}
-
 void results_sink(const unsigned char* record, int code) {
-    switch (code) {
-    case kSinkLine:
-        add_rest_of_line(record);
-        state.output += '\n';
-        state.partial_shown = 0;
-        break;
-    case kSinkPartial: add_rest_of_line(record); break;
-    case kSinkMore:
-        if (state.input_is_terminal) add_line(record, 0);
-        break;
-    default: break;
+    if (code != kSinkMore) {
+        PutRecord(record, code);
+    } else if (state.input_is_terminal && OutputIsTerminal()) {
+        ShowMoreLine(record);
     }
-    if (state.output.size() >= kFlushBytes) send_output();
 }
 
-// Waits for input with the break signals let in only while waiting, so that none is missed between
-// the look at the flag and the wait. False: a break stands.
-bool wait_for_input() {
-    pollfd waits = {STDIN_FILENO, POLLIN, 0};
-    sigset_t breaks;
-    sigset_t old;
-    sigemptyset(&breaks);
-    sigaddset(&breaks, SIGINT);
-    sigaddset(&breaks, SIGTERM);
-    sigaddset(&breaks, SIGHUP);
-    sigprocmask(SIG_BLOCK, &breaks, &old);
-    // Other signals, and a break that nobreak has parked, only end a wait: it begins again.
-    while (!BreakStands() && ppoll(&waits, 1, nullptr, &old) < 0 && errno == EINTR) {}
-    sigprocmask(SIG_SETMASK, &old, nullptr);
-    return !BreakStands();
+// The engine's width follows the window.
+void fit_window() {
+    winsize size = {};
+    if (!OutputIsTerminal() || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return;
+    FitWindow(size.ws_col, size.ws_row);
 }
 
-// Blocks until bytes of input wait to be taken; 0, or the key that says why there are none.
-int fill_input() {
-    while (state.next == state.filled) {
-        send_output();
-        if (!wait_for_input()) return kKeyBreak;
-        const ssize_t got = read(STDIN_FILENO, state.input, sizeof state.input);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return kKeyEndOfInput;
-        state.next = 0;
-        state.filled = size_t(got);
+// Readline needs a terminal that can move its cursor.
+LineEditor choose_editor() {
+#ifdef KORVA_HAS_READLINE
+    if (OutputIsTerminal() && !TerminalIsDumb()) return ReadlineEditor();
+#endif
+    return PlainEditor();
+}
+
+// The history is read when the first line is: a batch run has none.
+void open_typed_lines() {
+    state.lines_are_open = true;
+    ListenToWindow();
+    OpenTypedLines(choose_editor(), OutputIsTerminal() && !TerminalIsDumb() ? HistoryPath() : "");
+}
+
+int read_piped_key() {
+    for (;;) {
+        const int byte = ReadInputByte();
+        if (byte == kInputBreak) return kKeyBreak;
+        if (byte == kInputEnd) return kKeyEndOfInput;
+        // Among the bytes of a file these two are no keys: they mean nothing.
+        if (byte != kKeyBreak && byte != kKeyHidden) return byte;
     }
-    return 0;
+}
+
+int read_typed_key() {
+    if (!state.lines_are_open) open_typed_lines();
+    const int key = ReadTypedKey();
+    if (key == kKeyEnter) fit_window();
+    return key;
 }
 
 int read_key() {
@@ -154,12 +88,7 @@ int read_key() {
         }
         return key;
     }
-    for (;;) {
-        if (const int key = fill_input()) return key;
-        const unsigned char byte = state.input[state.next++];
-        // Among the bytes of a file or a terminal these two are no keys: they mean nothing.
-        if (byte != kKeyBreak && byte != kKeyHidden) return byte;
-    }
+    return state.input_is_terminal ? read_typed_key() : read_piped_key();
 }
 
 void queue_text(const char* text) {
@@ -167,15 +96,18 @@ void queue_text(const char* text) {
 }
 
 bool input_waits() {
-    if (state.next < state.filled || !state.queued.empty()) return true;
-    pollfd waits = {STDIN_FILENO, POLLIN, 0};
-    return poll(&waits, 1, 0) > 0;
+    return !state.queued.empty() || TypedKeyWaits() || InputByteWaits(0);
 }
 
 void show_prompt(const char* prompt) {
     if (!state.input_is_terminal) return;
-    state.output += prompt;
-    send_output();
+    fit_window();
+    BeginTypedLine(prompt);
+}
+
+// A break that has ended a statement also drops what was entered behind it.
+void set_busy(bool busy) {
+    if (!busy && state.input_is_terminal && BreakStands()) DropTypedLines();
 }
 
 // Lines gather until a call with null shows them: a note must not mix with the results.
@@ -185,39 +117,74 @@ void show_note(const char* text) {
         if (!state.note.ends_with('\n')) state.note += '\n';
         return;
     }
-    send_output();
-    write_all(STDERR_FILENO, state.note.data(), state.note.size());
+    SendOutput();
+    for (std::string_view rest = state.note; !rest.empty();) {
+        const ssize_t done = write(STDERR_FILENO, rest.data(), rest.size());
+        if (done <= 0) break;
+        rest.remove_prefix(size_t(done));
+    }
     state.note.clear();
 }
 
-// The pause of a --more--: the terminal hands over whole lines, so a line answers, by its first
-// key.
-int wait_for_more_key() {
-    if (!state.input_is_terminal) return ' ';
-    if (!state.queued.empty()) return read_key();
-    const int key = read_key();
-    for (int rest = key; rest != kKeyEnter && rest != kKeyBreak && rest != kKeyEndOfInput;) {
-        rest = read_key();
+// While it lives the terminal hands over single keys and does not show them.
+struct SingleKeys {
+    SingleKeys() : changed(tcgetattr(STDIN_FILENO, &before) == 0) {
+        if (!changed) return;
+        termios single = before;
+        single.c_lflag &= ~tcflag_t(ICANON | ECHO);
+        single.c_cc[VMIN] = 1;
+        single.c_cc[VTIME] = 0;
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &single);
     }
-    return key == kKeyEndOfInput ? 'q' : key;
+    ~SingleKeys() {
+        if (changed) tcsetattr(STDIN_FILENO, TCSADRAIN, &before);
+    }
+    SingleKeys(const SingleKeys&) = delete;
+    SingleKeys& operator=(const SingleKeys&) = delete;
+    termios before;
+    bool changed;
+};
+
+// An arrow or another such key sends several bytes, which count as one.
+void drop_rest_of_key() {
+    int byte = kEscape;
+    while (InputByteWaits(kSequenceMs)) {
+        byte = ReadInputByte();
+        if (byte < 0 || byte == '~' || (byte >= 'A' && byte <= 'Z' && byte != 'O')) return;
+    }
+}
+
+// The pause of a --more--: one key answers it.
+int wait_for_more_key() {
+    if (!state.input_is_terminal || !OutputIsTerminal()) return ' ';
+    if (!state.queued.empty()) return read_key();
+    int key;
+    {
+        const SingleKeys single;
+        key = ReadInputByte();
+        if (key == kEscape) drop_rest_of_key();
+    }
+    RemoveMoreLine();
+    if (key == kInputBreak) return kKeyBreak;
+    return key == kInputEnd ? 'q' : key;
 }
 
 }  // namespace
 
 FrontEnd StdioFrontEnd() {
-    std::atexit(send_output);  // what is printed once the session has been cleaned up
+    std::atexit(SendOutput);  // what is printed once the session has been cleaned up
+    OpenStdioOutput();
+    keyboard_hooks.before_wait = SendOutput;
     state.input_is_terminal = isatty(STDIN_FILENO) != 0;
-    const char* no_colour = std::getenv("NO_COLOR");
-    state.colours = isatty(STDOUT_FILENO) && (no_colour == nullptr || *no_colour == 0);
     return {
         .ReadKey = read_key,
-        .PumpMessages = send_output,
+        .PumpMessages = SendOutput,
         .InputWaits = input_waits,
         .QueueText = queue_text,
         .QueueKey = [](int key) { state.queued += char16_t(key); },
-        .SetBusy = [](bool) {},
+        .SetBusy = set_busy,
         .ShowNote = show_note,
-        .ShowMainWindow = [] {},
+        .ShowMainWindow = fit_window,
         .HideMainWindow = [] {},
         .MinimizeMainWindow = [] {},
         .FocusCommandWindow = [] {},
@@ -227,7 +194,7 @@ FrontEnd StdioFrontEnd() {
         .WaitForMoreKey = wait_for_more_key,
         .ResultsSink = results_sink,
         .RefreshVariablesWindow = [] {},
-        .SavePreferences = send_output,
+        .SavePreferences = SendOutput,
         .ShowLogStatus = [](const char*) {},
         .shows_typed_text = state.input_is_terminal,
     };

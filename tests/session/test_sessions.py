@@ -145,7 +145,7 @@ class SameResults(unittest.TestCase):
         try:
             for line in [*lines, "exit, clear"]:
                 answer = b""
-                while not re.search(rb"(^|\n)(\.|  \d+\.) $", answer.replace(b"\r", b"")):
+                while not re.search(rb"(^|\n)([.>]|  \d+\.) $", answer.replace(b"\r", b"")):
                     self.assertTrue(select.select([terminal], [], [], 20)[0], shown + answer)
                     answer += os.read(terminal, 65536)
                 shown += answer
