@@ -14,7 +14,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/alloc.h"
 #include "core/macro.h"
@@ -606,6 +608,22 @@ void AddToReviewRing(const char* line) {
         session.ReviewRing[at] = 1;
         if (last) break;
     }
+}
+
+void ResizeReviewRing(int32_t conslen) {
+    std::vector<std::string> lines;  // newest first
+    const int32_t old_size = session.conslen + 1;
+    int32_t at = review.next;
+    while (int(lines.size()) < kReviewMost && (at = entry_before(at)) >= 0) {
+        lines.emplace_back();
+        for (int32_t i = at; session.ReviewRing[i] != 0; i = (i + 1) % old_size) {
+            lines.back() += session.ReviewRing[i];
+        }
+    }
+    session.conslen = conslen;
+    std::memset(session.ReviewRing, 1, size_t(conslen) + 1);
+    review.next = 0;
+    for (size_t n = lines.size(); n-- > 0;) AddToReviewRing(lines[n].c_str());
 }
 
 }  // namespace korva

@@ -48,4 +48,8 @@ bool ReadRawLine();
 // Adds a line to the review ring.
 void AddToReviewRing(const char* line);
 
+// conslen is another from here on, and the ring holds what fits of its lines. Its block is large
+// enough for any.
+void ResizeReviewRing(int32_t conslen);
+
 }  // namespace korva

@@ -11,19 +11,23 @@ namespace {
 
 struct ScratchState {
     char* block = nullptr;  // named achar in the report of memory; owned
-    size_t bytes = 0;       // size of the block
+    size_t bytes = 0;       // of the block that may be used
     size_t used = 0;        // bytes of it that are taken
 };
 ScratchState scratch;
 
 }  // namespace
 
-bool ScratchStart(size_t bytes) {
+bool ScratchStart(size_t bytes, size_t most) {
     ScratchEnd();
-    scratch.block = static_cast<char*>(EngineAlloc(bytes));
+    scratch.block = static_cast<char*>(EngineAlloc(most));
     if (scratch.block == nullptr) return false;
     scratch.bytes = bytes;
     return true;
+}
+
+void ScratchLimit(size_t bytes) {
+    scratch.bytes = bytes;
 }
 
 void ScratchEnd() {
@@ -32,7 +36,7 @@ void ScratchEnd() {
 }
 
 char* ScratchTake(size_t n) {
-    if (n > scratch.bytes - scratch.used) {
+    if (scratch.used > scratch.bytes || n > scratch.bytes - scratch.used) {
         LevelGuard level(kLevelError);
         out_error("unexpectedly out of memory\n");
         return nullptr;

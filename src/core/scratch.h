@@ -9,9 +9,13 @@
 
 namespace korva {
 
-// Takes the block: max(4 * macrolen, macrolen + 2 * conslen, 271,200) bytes. False if memory is
-// refused.
-bool ScratchStart(size_t bytes);
+// Takes a block of `most` bytes, of which `bytes` may be used: max(4 * macrolen, macrolen + 2 *
+// conslen, 271,200). False if memory is refused.
+bool ScratchStart(size_t bytes, size_t most);
+
+// So many bytes of the block may be used from here on; what is taken stays.
+void ScratchLimit(size_t bytes);
+
 void ScratchEnd();
 
 // n bytes from the top of the stack; null when it is exhausted: "unexpectedly out of memory" is

@@ -14,6 +14,8 @@ namespace korva {
 
 struct RecordedSettings;  // core/settings_file.h
 
+constexpr int32_t kMostVariables = 32767;  // the largest maxvar that can be set
+
 struct SettingsState {
     // Output.
     char level[33] = "95";  // confidence level, as text
@@ -54,7 +56,8 @@ struct SettingsState {
     int32_t adosize = 500;  // kilobytes of programs from ado-files kept in memory
     int32_t matsize = 400;
     int32_t maxvar = 5000;
-    int64_t memory = 10485760;  // bytes of the data area
+    int64_t memory = 10485760;    // bytes of the data area
+    bool virtual_memory = false;  // set virtual
     int32_t procs_use = 1;
     // Network and update.
     bool checksum = false;

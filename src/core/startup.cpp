@@ -21,6 +21,7 @@
 #include "core/platform.h"
 #include "core/poll.h"
 #include "core/print.h"
+#include "core/reader.h"
 #include "core/scanner.h"
 #include "core/scratch.h"
 #include "core/session.h"
@@ -73,10 +74,28 @@ void remember_block(const char* name, int64_t bytes) {
     entry.bytes = bytes;
 }
 
-void* take_block(const char* name, int64_t bytes) {
-    void* block = MapPages(size_t(bytes));
-    if (block != nullptr) remember_block(name, bytes);
-    return block;
+// Bytes of the blocks whose sizes follow from maxvar. Address space is taken for the largest
+// maxvar, so that set maxvar moves none of them; what is not used costs nothing.
+struct TextSizes {
+    int32_t conslen;
+    int32_t macrolen;
+    int64_t scratch;
+};
+
+TextSizes text_sizes(int32_t maxvar) {
+    TextSizes sizes;
+    sizes.conslen = 33 * maxvar + 216;
+    sizes.macrolen = 33 * maxvar + 200;
+    const int64_t expansion = 4 * int64_t(sizes.macrolen);
+    const int64_t lines = int64_t(sizes.macrolen) + 2 * int64_t(sizes.conslen);
+    sizes.scratch = std::max({expansion, lines, kLeastScratch});
+    return sizes;
+}
+
+void remember_text_blocks(const TextSizes& sizes) {
+    remember_block("console", sizes.conslen);
+    remember_block("revbuf", int64_t(sizes.conslen) + 1);
+    remember_block("achar", sizes.scratch);
 }
 
 // Memory, maxvar and matsize: a switch comes before the recorded preference.
@@ -268,33 +287,42 @@ bool answer_and_end() {
 
 bool StartEngineTables(int32_t maxvar, int64_t memory) {
     n_start_blocks = 0;
+    const TextSizes sizes = text_sizes(maxvar), most = text_sizes(kMostVariables);
     session.maxlrecl = 12 * maxvar;
-    session.conslen = 33 * maxvar + 216;
-    session.macrolen = 33 * maxvar + 200;
-    int64_t scratch = 4 * int64_t(session.macrolen);
-    scratch = std::max(scratch, int64_t(session.macrolen) + 2 * int64_t(session.conslen));
-    scratch = std::max(scratch, kLeastScratch);
-
-    session.ConsoleBuffer = static_cast<char*>(take_block("console", session.conslen));
-    session.ReviewRing = static_cast<char*>(take_block("revbuf", session.conslen + 1));
+    session.conslen = sizes.conslen;
+    session.macrolen = sizes.macrolen;
+    session.ConsoleBuffer = static_cast<char*>(MapPages(size_t(most.conslen)));
+    session.ReviewRing = static_cast<char*>(MapPages(size_t(most.conslen) + 1));
     if (session.ConsoleBuffer != nullptr && session.ReviewRing != nullptr) {
         session.ConsoleBuffer[0] = 0;
         std::memset(session.ReviewRing, 1, size_t(session.conslen) + 1);
         SetScanPointer(session.ConsoleBuffer);
-        if (ScratchStart(size_t(scratch))) {
-            remember_block("achar", scratch);
-            if (StartDataset(memory, maxvar)) return true;
+        remember_text_blocks(sizes);
+        if (ScratchStart(size_t(sizes.scratch), size_t(most.scratch)) &&
+            StartDataset(memory, maxvar)) {
+            return true;
         }
     }
     EndEngineTables();
     return false;
 }
 
+void SetTextLimits(int32_t maxvar) {
+    const TextSizes sizes = text_sizes(maxvar);
+    session.maxlrecl = 12 * maxvar;
+    session.macrolen = sizes.macrolen;
+    ResizeReviewRing(sizes.conslen);
+    ScratchLimit(size_t(sizes.scratch));
+    n_start_blocks = 0;
+    remember_text_blocks(sizes);
+}
+
 void EndEngineTables() {
     EndDataset();
     ScratchEnd();
-    UnmapPages(session.ConsoleBuffer, size_t(session.conslen));
-    UnmapPages(session.ReviewRing, size_t(session.conslen) + 1);
+    const size_t most = size_t(text_sizes(kMostVariables).conslen);
+    UnmapPages(session.ConsoleBuffer, most);
+    UnmapPages(session.ReviewRing, most + 1);
     session.ConsoleBuffer = nullptr;
     session.ReviewRing = nullptr;
 }

@@ -30,6 +30,9 @@ extern int StartStage;                  // 1 to 19: how far the start has come
 bool StartEngineTables(int32_t maxvar, int64_t memory);
 void EndEngineTables();
 
+// maxvar is another: conslen, macrolen and maxlrecl follow. Nothing moves and nothing fails.
+void SetTextLimits(int32_t maxvar);
+
 // profile.do along PATH and in the home directory; empty: there is none.
 std::string FindProfileAlongSearchPath();
 

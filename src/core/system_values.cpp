@@ -21,8 +21,7 @@ namespace korva {
 
 namespace {
 
-constexpr int32_t kMostVariables = 32767;  // the largest maxvar that can be set
-constexpr int32_t kDoubleType = 255;       // the storage type of `set type double`
+constexpr int32_t kDoubleType = 255;  // the storage type of `set type double`
 
 void set_number(SystemValue* v, double x) {
     v->number = x;
@@ -216,7 +215,7 @@ constexpr SystemValueRow kSystemValues[] = {
     {"varabbrev",        [](SystemValue* v) { set_switch(v, settings.varabbrev); }},
     {"varlabelpos",      nullptr},
     {"version",          [](SystemValue* v) { set_number(v, session.version / 100.0); }},
-    {"virtual",          nullptr},
+    {"virtual",          [](SystemValue* v) { set_switch(v, settings.virtual_memory); }},
     {"width",            [](SystemValue* v) { set_number(v, double(DatasetWidth())); }},
     {"xptheme",          [](SystemValue* v) { set_switch(v, settings.xptheme); }},
 };
