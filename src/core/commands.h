@@ -48,15 +48,26 @@ ReturnCode CmdBy(int);  // argument: 0 by, 1 bysort
 ReturnCode Cmd_describe(int);
 ReturnCode CmdAssert(int);
 ReturnCode CmdCount(int);
-ReturnCode CmdDrop(int);  // argument: 0 drop, 1 keep
+ReturnCode CmdCompress(int);
+ReturnCode CmdDebug(int);  // debug recast, debug check
+ReturnCode CmdDrop(int);   // argument: 0 drop, 1 keep
+ReturnCode CmdExpand(int);
 ReturnCode CmdGenerate(int);
 ReturnCode CmdList(int);  // argument: 0 list, 1 flist
+ReturnCode CmdMemory(int);
+ReturnCode CmdMove(int);
+ReturnCode CmdOrder(int);
+ReturnCode CmdRename(int);
 ReturnCode CmdReplace(int);
+ReturnCode Cmd_repart(int);
 ReturnCode CmdSummarize(int);
 ReturnCode CmdSave(int);
 ReturnCode CmdUse(int);
 
 // Rows of the settings table whose field belongs to a folder further right.
-ReturnCode SetObs();  // set obs #, data/
+ReturnCode SetObs();      // set obs #, data/
+ReturnCode SetMemory();   // data/memory.cpp
+ReturnCode SetMaxvar();   // data/memory.cpp
+ReturnCode SetMatsize();  // data/memory.cpp
 
 }  // namespace korva

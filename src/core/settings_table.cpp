@@ -225,15 +225,15 @@ const SettingRow kSettings[] = {
     {"lumooptimize", 12, Switch,   &settings.lumooptimize,   0, 0, nullptr, Group::Lumo},
     {"lumolibs",      8, Text,     &settings.lumolibs,       0, kLibraryBytes, nullptr, Group::Lumo},
     {"lumodebug",     9, Switch,   &settings.lumodebug},
-    {"matsize",       3, Handler,  nullptr,                  0, 0, nullptr, Group::Memory, {.show = [] { return std::to_string(settings.matsize); }}},
+    {"matsize",       3, Handler,  nullptr,                  0, 0, nullptr, Group::Memory, {.handler = SetMatsize, .show = [] { return std::to_string(settings.matsize); }}},
     {"maxdb",         5, Number,   &settings.maxdb,          5, 500, "maxdb", Group::Interface, {.allowed = dialogs_are_cleared}},
     {"maxiter",       7, Number,   &settings.maxiter,        0, 16000, "maxiter", Group::Other},
     {"maxobs",        4, NoNeed,   nullptr,                  0, 0, nullptr, Group::None, {.since = 500}},
     {"old_maxvar",    4, NoNeed,   nullptr,                  0, 0, nullptr, Group::None, {.since = 500}},
     {"width",         4, NoNeed,   nullptr,                  0, 0, nullptr, Group::None, {.since = 500}},
     {"lrecl",         4, NoNeed,   nullptr,                  0, 0, nullptr, Group::None, {.since = 500}},
-    {"maxvar",        6, Handler,  nullptr,                  0, 0, nullptr, Group::Memory, {.show = [] { return std::to_string(settings.maxvar); }}},
-    {"memory",        3, Handler,  nullptr,                  0, 0, nullptr, Group::Memory, {.show = [] { return std::to_string(settings.memory / 1024) + "k"; }}},
+    {"maxvar",        6, Handler,  nullptr,                  0, 0, nullptr, Group::Memory, {.handler = SetMaxvar, .show = [] { return std::to_string(settings.maxvar); }}},
+    {"memory",        3, Handler,  nullptr,                  0, 0, nullptr, Group::Memory, {.handler = SetMemory, .show = [] { return std::to_string(settings.memory / 1024) + "k"; }}},
     {"more",          2, Switch,   &settings.more,           0, 0, "more", Group::Output, {.takes_number = true, .changed = paging_changed}},
     {"netdebug",      8, Switch,   &settings.netdebug,       0, 0, "netdebug", Group::Network},
     {"obs",           3, Handler,  nullptr,                  0, 0, nullptr, Group::None, {.handler = SetObs}},
@@ -273,7 +273,7 @@ const SettingRow kSettings[] = {
     {"update_interval", 15, Number, &settings.update_interval, 1, 32000, "update_interval", Group::Update},
     {"update_prompt", 13, Switch,  &settings.update_prompt,  0, 0, "update_prompt", Group::Update},
     {"varabbrev",     9, Switch,   &settings.varabbrev,      0, 0, "varabbrev", Group::Other},
-    {"virtual",       3, Handler},
+    {"virtual",       3, Switch,   &settings.virtual_memory,  0, 0, nullptr, Group::Memory},
 };
 // clang-format on
 

@@ -3,6 +3,7 @@
 #include "data/dataset.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -63,11 +64,42 @@ void place_tables(uint8_t* block, int32_t maxvar) {
     dataset.types = take(sizeof(StorageType));
 }
 
-void unmap_area() {
-    if (dataset.begin != nullptr) {
-        UnmapPages(dataset.begin, size_t(dataset.end - dataset.begin));
+void unmap_area(const DatasetStore& store) {
+    if (store.begin != nullptr) UnmapPages(store.begin, size_t(store.end - store.begin));
+    if (store.tables != nullptr) UnmapPages(store.tables, store.table_bytes);
+}
+
+// `state`, which has no data, becomes the store, over a fresh area and fresh tables; what was there
+// goes. False, with everything as it was, if memory is refused.
+bool put_area_under(DatasetStore state, int64_t bytes, int32_t maxvar) {
+    uint8_t* area = static_cast<uint8_t*>(MapPages(size_t(bytes)));
+    if (area == nullptr) return false;
+    uint8_t* tables = static_cast<uint8_t*>(MapPages(all_table_bytes(maxvar)));
+    if (tables == nullptr) {
+        UnmapPages(area, size_t(bytes));
+        return false;
     }
-    if (dataset.tables != nullptr) UnmapPages(dataset.tables, dataset.table_bytes);
+
+    const DatasetStore old = dataset;
+    dataset = state;
+    dataset.maxmaxvar = maxvar;
+    dataset.maxlrecl = kRowBytesPerVariable * maxvar;
+    dataset.begin = area;
+    dataset.end = area + bytes;
+    dataset.slot = reinterpret_cast<uint32_t*>(area);
+    dataset.slot2 = nullptr;
+    dataset.rows = nullptr;
+    dataset.lrecl = dataset.mobs = dataset.mvar = dataset.tobs = 0;
+    place_tables(tables, maxvar);
+    const bool placed = lay_out_first_partition();
+    dataset.n_repart = state.n_repart;
+    if (!placed) {
+        unmap_area(dataset);
+        dataset = old;
+        return false;
+    }
+    unmap_area(old);
+    return true;
 }
 
 // Writes what a new observation holds into the row: `.`, or an empty string, and 0 in (e).
@@ -178,34 +210,20 @@ void clear_dataset() {
     ready_slots(1);
 }
 
-bool StartDataset(int64_t bytes, int32_t maxvar) {
-    uint8_t* area = static_cast<uint8_t*>(MapPages(size_t(bytes)));
-    if (area == nullptr) return false;
-    uint8_t* tables = static_cast<uint8_t*>(MapPages(all_table_bytes(maxvar)));
-    if (tables == nullptr) {
-        UnmapPages(area, size_t(bytes));
-        return false;
-    }
+bool replace_data_area(int64_t bytes, int32_t maxvar) {
+    assert(dataset.nvar == 0 && dataset.nobs == 0);
+    return put_area_under(dataset, bytes, maxvar);
+}
 
+bool StartDataset(int64_t bytes, int32_t maxvar) {
+    if (!put_area_under(DatasetStore{}, bytes, maxvar)) return false;
     clear_dataset();
-    unmap_area();
-    dataset = DatasetStore{};
-    dataset.maxmaxvar = maxvar;
-    dataset.maxlrecl = kRowBytesPerVariable * maxvar;
-    dataset.begin = area;
-    dataset.end = area + bytes;
-    dataset.slot = reinterpret_cast<uint32_t*>(area);
-    place_tables(tables, maxvar);
-    if (!lay_out_first_partition()) {
-        EndDataset();
-        return false;
-    }
     dataset.n_repart = 0;
     return true;
 }
 
 void EndDataset() {
-    unmap_area();
+    unmap_area(dataset);
     dataset = DatasetStore{};
 }
 

@@ -72,6 +72,10 @@ inline int64_t table_slots() {
     return dataset.slot2 - dataset.slot;
 }
 
+// Puts another data area and tables for `maxvar` variables under the store, which has no data; its
+// label and what hangs on it stay. False, with the old ones in place, if memory is refused.
+bool replace_data_area(int64_t bytes, int32_t maxvar);
+
 // Forgets all variables and observations, the labels, formats and characteristics that hang on
 // them, S_FN and S_FNDATE. Value labels go too. The partition stays.
 void clear_dataset();
@@ -135,6 +139,14 @@ int find_variable_exact(std::string_view name);
 // Without words when there is no scratch row; kBreak with every row as it was.
 ReturnCode move_variable(int from, int to);
 
+// Puts all variables into another order: order[i] is the variable that comes to position i + 1. One
+// pass over the rows, whatever the order; `changed` is the caller's. Without words when there is no
+// scratch row; kBreak with every row as it was.
+ReturnCode reorder_variables(const std::vector<int32_t>& order);
+
+// Works the offsets out again from the types, from index `first` on.
+void renew_offsets(int first);
+
 // Drops the variables whose numbers are listed (any order, duplicates allowed), with labels and
 // characteristics. No words. sortlist is cut at the first dropped key; dropping the last clears,
 // and so does leaving none but (e). It needs no room and cannot fail or be broken off.
@@ -145,6 +157,13 @@ ReturnCode drop_variables(const std::vector<int32_t>& vars);
 // a break nothing is changed. A number keeps its display format, a string gets the width of the new
 // type.
 ReturnCode recast_variable(int var, StorageType new_type);
+
+// The same for several variables, all or none of them: there must be room for all at once.
+ReturnCode recast_variables(const std::vector<int32_t>& vars, StorageType new_type);
+
+// Gives variable i + 1 the type new_types[i], whose cells are no wider and hold every value that it
+// has; in one pass over the rows, in place. It needs no room, cannot fail and is not broken off.
+void narrow_variables(const std::vector<StorageType>& new_types);
 
 // Sets `changed` unless the variable's name begins with an underscore or the variable is (e).
 void note_change(int var);

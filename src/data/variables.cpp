@@ -70,15 +70,6 @@ void set_entry(int i, const VariableEntry& entry) {
     dataset.types[i] = entry.type;
 }
 
-// Works the offsets out again from index `first` on.
-void renew_offsets(int first) {
-    for (int i = first; i < dataset.nvar; i++) {
-        dataset.offsets[i] = i == 0 ? 0
-                                    : dataset.offsets[i - 1] +
-                                          uint32_t(type_width(dataset.types[i - 1]));
-    }
-}
-
 // The words for an addition that the count forbids, or the width.
 ReturnCode make_room_for(StorageType type, bool internal) {
     const int64_t width = int64_t(used_width()) + type_width(type);
@@ -142,15 +133,71 @@ ReturnCode shift_rows(ColumnShift shift) {
     return 0;
 }
 
-// A run of kept columns behind a dropped one.
-struct KeptRun {
+// A run of columns that goes from one place in the row to another.
+struct ColumnRun {
     uint32_t from;
     uint32_t to;
     uint32_t bytes;
 };
 
-std::vector<KeptRun> runs_that_move(const std::vector<bool>& dropped) {
-    std::vector<KeptRun> runs;
+// Runs of all columns that stand elsewhere in the new order; the span that they make up is the
+// same before and after.
+std::vector<ColumnRun> runs_of_order(const std::vector<int32_t>& order, size_t first, size_t last) {
+    std::vector<ColumnRun> runs;
+    uint32_t to = dataset.offsets[first];
+    for (size_t i = first; i <= last; i++) {
+        const uint32_t from = dataset.offsets[order[i] - 1];
+        const uint32_t width = uint32_t(type_width(dataset.types[order[i] - 1]));
+        if (!runs.empty() && runs.back().from + runs.back().bytes == from) {
+            runs.back().bytes += width;
+        } else {
+            runs.push_back({from, to, width});
+        }
+        to += width;
+    }
+    return runs;
+}
+
+// Puts the runs of every row into their places, through the scratch row; at a break those rows that
+// were done go back.
+ReturnCode reorder_rows(const std::vector<ColumnRun>& runs) {
+    const uint32_t start = runs.front().to;
+    const size_t span = runs.back().to + runs.back().bytes - start;
+    uint8_t* scratch = rawrow(dataset.nobs + 1);
+    for (int obs = 1; obs <= dataset.nobs; obs++) {
+        Poll(session.pollcount);
+        if (session.BreakFlag) {
+            while (--obs >= 1) {
+                uint8_t* row = rawrow(obs);
+                std::memcpy(scratch + start, row + start, span);
+                for (const ColumnRun& run : runs) {
+                    std::memcpy(row + run.from, scratch + run.to, run.bytes);
+                }
+            }
+            return kBreak;
+        }
+        uint8_t* row = rawrow(obs);
+        std::memcpy(scratch + start, row + start, span);
+        for (const ColumnRun& run : runs) {
+            std::memcpy(row + run.to, scratch + run.from, run.bytes);
+        }
+    }
+    return 0;
+}
+
+void reorder_table(const std::vector<int32_t>& order, size_t first, size_t last) {
+    std::vector<VariableEntry> entries;
+    std::vector<uint16_t> new_number(order.size() + 1);
+    for (size_t i = first; i <= last; i++) entries.push_back(entry_at(order[i] - 1));
+    for (size_t i = 0; i < order.size(); i++) new_number[size_t(order[i])] = uint16_t(i + 1);
+    for (size_t i = first; i <= last; i++) set_entry(int(i), entries[i - first]);
+    renew_offsets(int(first));
+    for (uint16_t* key = dataset.sortlist; *key != 0; key++) *key = new_number[*key];
+}
+
+// Runs of the kept columns behind a dropped one.
+std::vector<ColumnRun> runs_that_move(const std::vector<bool>& dropped) {
+    std::vector<ColumnRun> runs;
     uint32_t to = 0;
     for (int i = 0; i < dataset.nvar; i++) {
         if (dropped[i]) continue;
@@ -167,11 +214,11 @@ std::vector<KeptRun> runs_that_move(const std::vector<bool>& dropped) {
     return runs;
 }
 
-void squeeze_rows(const std::vector<KeptRun>& runs) {
+void squeeze_rows(const std::vector<ColumnRun>& runs) {
     if (runs.empty()) return;
     for (int obs = 1; obs <= dataset.nobs; obs++) {
         uint8_t* row = rawrow(obs);
-        for (const KeptRun& run : runs) std::memmove(row + run.to, row + run.from, run.bytes);
+        for (const ColumnRun& run : runs) std::memmove(row + run.to, row + run.from, run.bytes);
     }
 }
 
@@ -193,6 +240,14 @@ void squeeze_table(const std::vector<bool>& dropped) {
 }
 
 }  // namespace
+
+void renew_offsets(int first) {
+    for (int i = first; i < dataset.nvar; i++) {
+        dataset.offsets[i] = i == 0 ? 0
+                                    : dataset.offsets[i - 1] +
+                                          uint32_t(type_width(dataset.types[i - 1]));
+    }
+}
 
 bool name_is_reserved(std::string_view name) {
     const auto* end = std::end(kReservedNames);
@@ -267,6 +322,19 @@ ReturnCode move_variable(int from, int to) {
         }
     }
     note_change(to);
+    return 0;
+}
+
+ReturnCode reorder_variables(const std::vector<int32_t>& order) {
+    assert(int(order.size()) == dataset.nvar);
+    size_t first = 0;
+    size_t last = order.size();
+    while (first < last && order[first] == int32_t(first) + 1) first++;
+    while (last > first && order[last - 1] == int32_t(last)) last--;
+    if (first == last) return 0;
+    if (ReturnCode rc = ensure_scratch_row()) return rc;
+    if (ReturnCode rc = reorder_rows(runs_of_order(order, first, last - 1))) return rc;
+    reorder_table(order, first, last - 1);
     return 0;
 }
 

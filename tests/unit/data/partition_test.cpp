@@ -196,6 +196,19 @@ TEST_F(Partition, AFailedStartLeavesWhatWasThere) {
     EXPECT_FALSE(StartDataset(int64_t(1) << 60, 5000));
     EXPECT_EQ(dataset.nvar, 1);
     EXPECT_EQ(check_dataset(), "");
+    clear_dataset();
+    std::strcpy(dataset.label, "text");
+    EXPECT_FALSE(replace_data_area(int64_t(1) << 60, 5000));
+    EXPECT_FALSE(replace_data_area(24, 2048));  // too small for a row
+    EXPECT_EQ(dataset.end - dataset.begin, 1 << 20);
+    ASSERT_EQ(addvar("x", kByte), 0);
+    EXPECT_EQ(check_dataset(), "");
+    clear_dataset();
+    std::strcpy(dataset.label, "text");
+    ASSERT_TRUE(replace_data_area(int64_t(6) << 30, 32767));
+    EXPECT_STREQ(dataset.label, "text");  // nothing was lost
+    EXPECT_EQ(dataset.maxlrecl, 12 * 32767);
+    EXPECT_EQ(check_dataset(), "");
 }
 
 TEST_F(Partition, ABreakLeavesTheObservations) {

@@ -67,7 +67,7 @@ public:
 
     void step() {
         const int nvar = int(columns_.size());
-        switch (random_() % 8) {
+        switch (random_() % 9) {
         case 0:
         case 1:
         case 2: add(); break;
@@ -82,6 +82,9 @@ public:
             break;
         case 6:
             if (nobs_ < 200) extend();
+            break;
+        case 7:
+            if (nvar > 0) reorder();
             break;
         default: std::shuffle(order().begin(), order().end(), random_); apply_order();
         }
@@ -183,6 +186,21 @@ private:
         const Column column = columns_[size_t(from) - 1];
         columns_.erase(columns_.begin() + from - 1);
         columns_.insert(columns_.begin() + to - 1, column);
+    }
+
+    void reorder() {
+        std::vector<int32_t> places(columns_.size());
+        for (size_t i = 0; i < places.size(); i++) places[i] = int32_t(i) + 1;
+        const size_t half = places.size() / 2;
+        const bool all = random_() % 2;
+        std::shuffle(places.begin() + int(all ? 0 : half), places.end(), random_);
+        if (reorder_variables(places) != 0) {
+            refused++;
+            return;
+        }
+        std::vector<Column> moved;
+        for (int32_t var : places) moved.push_back(columns_[size_t(var) - 1]);
+        columns_ = moved;
     }
 
     void recast() {
@@ -366,6 +384,8 @@ TEST_F(Variables, ABreakLeavesEveryRowAsItWas) {
     }
     session.BreakFlag = 1;
     EXPECT_EQ(move_variable(1, 3), kBreak);
+    EXPECT_EQ(reorder_variables({3, 1, 2}), kBreak);
+    EXPECT_EQ(recast_variables({2, 3}, kLong), kBreak);
     EXPECT_EQ(recast_variable(2, kLong), kBreak);
     EXPECT_EQ(recast_variable(1, 9), kBreak);
     session.BreakFlag = 0;
