@@ -30,5 +30,35 @@ use data/bad_table, clear
 use data/cut, clear
 use data/small_hilo
 clear
+set memory 2m
+set maxvar 3000
+set matsize 500
+set maxvar 5000
+set obs 60
+generate id = _n
+generate double c = mod(_n, 7)
+generate str20 t = "text" + string(_n)
+generate long n = mod(_n, 3)
+order t n
+move n c
+expand =n + 1 if id > 10
+debug check
+compress
+debug check
+rename id number
+rename t a_new_name
+debug check
+debug recast double n number
+debug recast str3 a_new_name, force
+debug check
+memory
+_repart width + 40
+_repart obs 2000
+drop if n == 1
+debug check
+keep c n
+debug check
+assert n >= 0
+clear
 display "session usable"
 display "session usable"
