@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,6 +20,49 @@ namespace korva {
 constexpr int kMaxLabels = 65536;      // entries of one table
 constexpr int kMaxLabelBytes = 32000;  // one label's text
 constexpr int kMaxCharacteristicBytes = 67783;
+
+// A table as it lies in its record: valid until a table changes.
+struct LabelTable {
+    int32_t n = 0;
+    int32_t text_bytes = 0;
+    const int32_t* offsets = nullptr;
+    const int32_t* values = nullptr;  // ascending
+    const char* text = nullptr;       // in order of creation
+
+    const char* label(int i) const { return text + offsets[i]; }
+};
+
+// False: there is no such table.
+bool open_label_table(std::string_view name, LabelTable* table);
+
+// Names of all tables, newest first.
+std::vector<std::string> label_table_names();
+
+// The key under which tables have the value: a whole number, or the code of a missing value in a
+// long. False: no key stands for it. label_number() is the inverse.
+bool label_key(double value, int32_t* key);
+double label_number(int32_t key);
+
+struct LabelChange {
+    int32_t key = 0;
+    std::string_view text;  // at most kMaxLabelBytes; empty removes the entry when modifying
+    int32_t turn = 0;       // place among the changes, filled by change_label_table()
+};
+
+enum class LabelMode : uint8_t { Add, Modify };
+
+// Makes the table if there is none, and carries all changes out, or none: Add takes values without
+// an entry only (180), Modify puts new texts in place of the old ones. 134 for too many entries,
+// 950; all with words. The order of *changes is lost. Linear in the entries of the table, and close
+// to the number of changes for a table that grows at its end.
+ReturnCode change_label_table(std::string_view name, std::vector<LabelChange>* changes,
+                              LabelMode mode);
+
+// The table is gone; nothing if there is none. Variables keep its name.
+void drop_label_table(std::string_view name);
+
+// Widens the variable's number format to show `columns` columns, as far as a format can.
+void widen_format(int var, int32_t columns);
 
 // The text for the value in the named table; null if there is no such table or value, or the value
 // is no whole number of 32 bits (missing values count as such: they have the codes of a long).
@@ -43,8 +87,9 @@ bool store_value_table(std::string_view name, std::span<const uint8_t> payload, 
 StoreRecord* make_value_table(std::string_view name, std::span<const uint8_t> payload, int32_t kind,
                               bool* sound);
 
-// A record of a characteristic, likewise; the text is not empty and is cut at its limit. Null with
-// words: 950.
+// A record of a characteristic, likewise; the text is not empty and is cut at its limit. Of the kind
+// kKindCharacteristic it hides one that is there until either is deleted: for changes that must be
+// undone as a whole. Null with words: 950.
 StoreRecord* make_characteristic(std::string_view owner, std::string_view name,
                                  std::string_view text, int32_t kind);
 
@@ -59,6 +104,12 @@ std::string_view characteristic(std::string_view owner, std::string_view name);
 // variable with one as owner, leaves `changed` alone (_dta is no variable). 950 with words, the old
 // text in place.
 ReturnCode set_characteristic(std::string_view owner, std::string_view name, std::string_view text);
+
+// The record of a characteristic; null for none.
+StoreRecord* find_characteristic(std::string_view owner, std::string_view name);
+
+// Sets `changed` as a change of the characteristic does.
+void note_characteristic_change(std::string_view owner, std::string_view name);
 
 // Names of the owner's characteristics, newest first.
 std::vector<std::string_view> characteristic_names(std::string_view owner);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <map>
 #include <random>
 
 #include "core/missing.h"
@@ -163,6 +164,50 @@ TEST_F(Labels, UnderscoresDoNotCountAsAChange) {
     EXPECT_TRUE(changed("x", "note1", "t"));
     EXPECT_FALSE(changed("x", "nothing", ""));
     EXPECT_TRUE(changed("x", "note1", ""));
+}
+
+// Random changes against a map; the block of texts keeps the order of creation.
+TEST_F(Labels, ChangesAreThoseOfAMap) {
+    std::mt19937 random(7);
+    std::map<int32_t, std::string> model;
+    for (int round = 0; round < 300; round++) {
+        std::vector<std::string> texts(1 + random() % 8);
+        std::vector<LabelChange> changes;
+        const LabelMode mode = random() % 2 != 0 ? LabelMode::Modify : LabelMode::Add;
+        std::map<int32_t, std::string> expected = model;
+        bool refused = false;
+        for (std::string& text : texts) {
+            const int32_t key = int32_t(random() % 400) - 200;
+            text.assign(random() % 6, char('a' + random() % 26));
+            changes.push_back({key, text});
+            refused = refused || (mode == LabelMode::Add && expected.count(key) != 0);
+            expected[key] = text;
+            if (mode == LabelMode::Modify && text.empty()) expected.erase(key);
+        }
+        const ReturnCode rc = change_label_table("t", &changes, mode);
+        EXPECT_EQ(rc, refused ? 180 : 0);
+        if (!refused) model = expected;
+
+        LabelTable table;
+        const bool exists = open_label_table("t", &table);
+        ASSERT_TRUE(exists || model.empty());
+        if (!exists) continue;
+        ASSERT_EQ(size_t(table.n), model.size());
+        int i = 0;
+        for (const auto& [key, text] : model) {
+            ASSERT_EQ(table.values[i], key);
+            ASSERT_EQ(table.label(i), text);
+            i++;
+        }
+    }
+    StoreClear();
+    std::vector<LabelChange> both = {{3, "three"}, {1, "one"}};
+    ASSERT_EQ(change_label_table("t", &both, LabelMode::Add), 0);
+    LabelTable table;
+    ASSERT_TRUE(open_label_table("t", &table));
+    EXPECT_EQ(std::string(table.text, size_t(table.text_bytes)), std::string("three\0one\0", 10));
+    const StoreRecord* record = StoreFind("t", kKindValueLabel);
+    EXPECT_EQ(record->user_word, 8u + 16u + 10u);
 }
 
 }  // namespace
