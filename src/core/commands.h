@@ -33,6 +33,7 @@ ReturnCode CmdMacro(int);
 ReturnCode CmdLocal(int);    // argument: 1 local, 2 global, 7 c_local
 ReturnCode CmdTempvar(int);  // argument: 0 tempvar and tempname, 1 tempfile
 ReturnCode CmdError(int);
+ReturnCode CmdGettoken(int);
 ReturnCode CmdSet(int);
 ReturnCode CmdQuery(int);
 
@@ -47,12 +48,14 @@ ReturnCode CmdMore(int);
 ReturnCode CmdBy(int);  // argument: 0 by, 1 bysort
 ReturnCode Cmd_describe(int);
 ReturnCode CmdAssert(int);
+ReturnCode CmdChar(int);
 ReturnCode CmdCount(int);
 ReturnCode CmdCompress(int);
 ReturnCode CmdDebug(int);  // debug recast, debug check
 ReturnCode CmdDrop(int);   // argument: 0 drop, 1 keep
 ReturnCode CmdExpand(int);
 ReturnCode CmdGenerate(int);
+ReturnCode CmdLabel(int);
 ReturnCode CmdList(int);  // argument: 0 list, 1 flist
 ReturnCode CmdMemory(int);
 ReturnCode CmdMove(int);

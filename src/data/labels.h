@@ -87,9 +87,9 @@ bool store_value_table(std::string_view name, std::span<const uint8_t> payload, 
 StoreRecord* make_value_table(std::string_view name, std::span<const uint8_t> payload, int32_t kind,
                               bool* sound);
 
-// A record of a characteristic, likewise; the text is not empty and is cut at its limit. Of the kind
-// kKindCharacteristic it hides one that is there until either is deleted: for changes that must be
-// undone as a whole. Null with words: 950.
+// A record of a characteristic, likewise; the text is not empty and is cut at its limit. Of the
+// kind kKindCharacteristic it hides one that is there until either is deleted: for changes that
+// must be undone as a whole. Null with words: 950.
 StoreRecord* make_characteristic(std::string_view owner, std::string_view name,
                                  std::string_view text, int32_t kind);
 
