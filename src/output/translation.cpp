@@ -95,26 +95,21 @@ Translation::~Translation() {
 
 void take_line_apart(const uint8_t* record, LineParts* parts) {
     parts->text = {record_text(record), size_t(record_text_length(record))};
-    const int length = int(parts->text.size());
     LinkReader links = record_links(record);
     for (RecordLink link; next_link(&links, &link);) {
-        if (link.first < link.end) {
-            parts->links.push_back({link.first, link.end, link.kind, link.argument});
-        }
+        if (link.first < link.end) parts->links.push_back(link);
     }
-    for (const char* name = record_anchors(record); *name != 0; name = next_anchor(name)) {
-        parts->anchors.emplace_back(name);
-    }
+    const char* anchor = record_anchors(record);
+    for (; *anchor != 0; anchor = next_anchor(anchor)) parts->anchors.emplace_back(anchor);
+    RunReader runs = record_runs(record);
     size_t link = 0;
     int column = 0;
-    RunReader runs = record_runs(record);
     for (RecordRun run; next_run(&runs, &run);) {
-        const int run_end = std::min(run.end, length);
-        while (column < run_end) {
+        while (column < run.end) {
             while (link < parts->links.size() && parts->links[link].end <= column) link++;
             const bool ahead = link < parts->links.size();
             const bool inside = ahead && parts->links[link].first <= column;
-            int end = run_end;
+            int end = run.end;
             if (ahead) {
                 end = std::min(end, inside ? parts->links[link].end : parts->links[link].first);
             }

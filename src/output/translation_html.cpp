@@ -19,27 +19,7 @@ namespace {
 
 enum : int { kKindBrowse = 9, kKindHelp = 12, kKindSearch = 14, kKindView = 19 };
 
-// By link kind: what following the link runs in the program. Kinds without a row have no command.
-struct LinkText {
-    int kind;
-    std::string_view command;
-    bool with_args;
-};
 // clang-format off
-constexpr LinkText kLinkTexts[] = {
-    {1,  "dialog (ado search)", false},  {2,  "dialog (command)", false},
-    {3,  "dialog (net search)", false},  {4,  "dialog (net from)", false},
-    {5,  "dialog (search)", false},      {6,  "dialog (update from)", false},
-    {7,  "dialog (view)", false},        {8,  "clear --more-- condition", false},
-    {10, "adorm ", true},                {11, "back", false},
-    {15, "net ", true},                  {16, "ado ", true},
-    {17, "update ", true},               {18, "rnethelp ", true},
-    {19, "view ", true},                 {20, "news", false},
-    {21, "", true},                      {22, "", true},
-    {23, "", true},                      {24, "", true},
-    {25, "dialog ", true},               {26, "dialog (Internet Preferences)", false},
-};
-
 // By colour class; those without a name look like the text around them.
 constexpr const char* kClassNames[8] = {
     nullptr, "result", nullptr, nullptr, "error", "input", "link", "hilite",
@@ -140,28 +120,27 @@ bool open_address(std::string* out, std::string_view beginning, std::string_view
     return true;
 }
 
-// A link that only the program can follow tells on hovering what it would run.
-bool open_command(std::string* out, const LineLink& link) {
-    for (const LinkText& row : kLinkTexts) {
-        if (row.kind != link.kind) continue;
-        *out += "<a title=\"";
-        *out += row.command;
-        if (row.with_args) add_value(out, link.args);
-        *out += "\">";
-        return true;
-    }
-    return false;
+// A link that only the program can follow tells on hovering what it would run. False: nothing.
+bool open_command(std::string* out, const RecordLink& link) {
+    const std::string_view hint = link_hint(link.kind);
+    if (hint.empty()) return false;
+    const size_t place = hint.find("%s");
+    *out += "<a title=\"";
+    *out += hint.substr(0, place);
+    if (place != hint.npos) add_value(out, link.argument);
+    *out += "\">";
+    return true;
 }
 
 // True if an <a> was opened.
-bool open_link_element(Translation* t, const LineLink& link) {
+bool open_link_element(Translation* t, const RecordLink& link) {
     std::string* out = &t->out;
     switch (link.kind) {
-    case kKindHelp: return open_address(out, "/help.cgi?", topic_of(link.args));
-    case kKindSearch: return open_address(out, "/search.cgi?query=", topic_of(link.args));
-    case kKindBrowse: return open_address(out, "", address_of(link.args));
+    case kKindHelp: return open_address(out, "/help.cgi?", topic_of(link.argument));
+    case kKindSearch: return open_address(out, "/search.cgi?query=", topic_of(link.argument));
+    case kKindBrowse: return open_address(out, "", address_of(link.argument));
     case kKindView:
-        if (is_web_address(link.args)) return open_address(out, "", link.args);
+        if (is_web_address(link.argument)) return open_address(out, "", link.argument);
         break;
     default: break;
     }

@@ -6,16 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "frontend/line_record.h"
 #include "output/translation.h"
 
 namespace korva {
-
-struct LineLink {
-    int first;  // columns, 0-based
-    int end;    // behind the last
-    int kind;
-    std::string_view args;
-};
 
 // A stretch of one style that no link begins or ends in.
 struct LinePiece {
@@ -24,11 +18,11 @@ struct LinePiece {
     int link;  // 0-based index in the links; -1: none
 };
 
-// All views go into the record.
+// All of it points into the record.
 struct LineParts {
     std::string_view text;
     std::vector<LinePiece> pieces;
-    std::vector<LineLink> links;
+    std::vector<RecordLink> links;
     std::vector<std::string_view> anchors;  // a form feed stands for a new page
 };
 
