@@ -26,11 +26,14 @@ std::string_view scheme_of(std::string_view name) {
 }  // namespace
 
 std::string WithExtension(std::string_view name, std::string_view extension) {
-    const size_t separator = name.find_last_of("/\\");
-    const std::string_view last = separator == name.npos ? name : name.substr(separator + 1);
     std::string full(name);
-    if (last.find('.') == last.npos) full += extension;
+    if (LastPartOf(name).find('.') == name.npos) full += extension;
     return full;
+}
+
+std::string_view LastPartOf(std::string_view name) {
+    name.remove_prefix(name.find_last_of("/\\") + 1);  // npos + 1 is 0
+    return name;
 }
 
 ReturnCode LocalPath(const std::string& name, std::string* path) {

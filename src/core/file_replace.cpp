@@ -1,19 +1,17 @@
 // core/file_replace.cpp - a file beside the old one, renamed over it when it is whole.
 //
 // The path is made absolute at the beginning, so that a change of the working directory between
-// two writes moves nothing. Files being written stand in a small table of fixed places as well,
-// where a handler of a fatal signal finds them without touching memory that may be half changed.
+// two writes moves nothing. Signals that ask the process to end only raise a break, so that the
+// command unwinds and takes its file away; a process that is killed leaves the file beside.
 #include "core/file_replace.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstring>
 
 #include "core/alloc.h"
 #include "core/return_codes.h"
@@ -24,39 +22,11 @@ namespace {
 
 constexpr int kMaxLinks = 40;       // what the system itself follows before it calls it a loop
 constexpr int kMaxAttempts = 64;    // names that sessions killed under this process number may hold
-constexpr int kMaxInProgress = 16;  // further ones are written too, but outlive a fatal signal
 constexpr mode_t kNewFileMode = 0666;
 
-struct InProgress {
-    std::atomic<bool> taken = false;
-    std::atomic<bool> named = false;  // beside is whole
-    char beside[PATH_MAX];
-};
-
 struct ReplaceState {
-    InProgress in_progress[kMaxInProgress];
     uint32_t counter = 0;  // replacements begun: part of the names beside
 } replace_state;
-
-// Remembers the file for a fatal signal. Only once it is made: the name might be somebody else's.
-void enlist(const std::string& beside) {
-    if (beside.size() >= PATH_MAX) return;
-    for (InProgress& place : replace_state.in_progress) {
-        if (place.taken.exchange(true)) continue;
-        std::memcpy(place.beside, beside.c_str(), beside.size() + 1);
-        place.named = true;
-        return;
-    }
-}
-
-void strike(const std::string& beside) {
-    for (InProgress& place : replace_state.in_progress) {
-        if (!place.named || beside != place.beside) continue;
-        place.named = false;
-        place.taken = false;
-        return;
-    }
-}
 
 std::string directory_of(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
@@ -125,7 +95,6 @@ int open_beside(const std::string& directory, mode_t mode, std::string* beside) 
                   std::to_string(++replace_state.counter) + ".new";
         const int fd = open(beside->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                             mode);
-        if (fd >= 0) enlist(*beside);
         if (fd >= 0 || errno != EEXIST) return fd;
     }
     return -1;
@@ -197,7 +166,6 @@ ReturnCode CommitReplace(FileReplacement* file) {
     const bool renamed = flushed && !StressFails() &&
                          std::rename(file->beside.c_str(), file->target.c_str()) == 0;
     if (!renamed) unlink(file->beside.c_str());
-    strike(file->beside);
     if (!flushed) return report_write_error(error, file->name);
     if (!renamed) return ReportError(694);
     // The rename stands by now; a directory that cannot be flushed does not undo it.
@@ -210,13 +178,6 @@ void AbandonReplace(FileReplacement* file) {
     close(file->fd);
     file->fd = -1;
     unlink(file->beside.c_str());
-    strike(file->beside);
-}
-
-void AbandonReplacements() {
-    for (const InProgress& place : replace_state.in_progress) {
-        if (place.named) unlink(place.beside);
-    }
 }
 
 }  // namespace korva

@@ -1,7 +1,8 @@
 // core/file_replace.h - writing a file so that its name always stands for a whole one.
 //
 // The new contents go to a file beside the old one, are flushed to the disk, and take the name by a
-// rename. A full disk, a signal or a kill at any moment leaves the old file or the new one.
+// rename. A full disk, a signal or a kill at any moment leaves the old file or the new one; after a
+// kill the unfinished file, ".korva_PROCESS_NUMBER.new", stands beside it.
 // Whatever this program writes over goes through here, but for logs, which grow in place.
 //
 //     FileReplacement file;
@@ -44,8 +45,5 @@ ReturnCode CommitReplace(FileReplacement* file);
 
 // Removes the file beside; nothing if none is open.
 void AbandonReplace(FileReplacement* file);
-
-// Removes the files beside of replacements in progress; async-signal-safe, for a fatal signal.
-void AbandonReplacements();
 
 }  // namespace korva

@@ -15,6 +15,7 @@
 
 #include "core/ado_path.h"
 #include "core/alloc.h"
+#include "core/file_path.h"
 #include "core/macro.h"
 #include "core/names.h"
 #include "core/platform.h"
@@ -95,8 +96,7 @@ ReturnCode mf_adosubdir(int, std::string* result) {
     std::string_view name;
     if (!TakeScannedWord(&name) || name.empty()) return ReportRequired("filename");
     if (ReturnCode rc = ExpectEnd(0)) return rc;
-    name.remove_prefix(name.find_last_of("/\\") + 1);
-    result->append(name.substr(0, 1));
+    result->append(LastPartOf(name).substr(0, 1));
     return 0;
 }
 

@@ -15,6 +15,7 @@
 
 #include "core/ado_path.h"
 #include "core/alloc.h"
+#include "core/file_path.h"
 #include "core/macro.h"
 #include "core/missing.h"
 #include "core/names.h"
@@ -184,8 +185,7 @@ std::string batch_log_name(std::string_view command) {
         }
         argument = argument.substr(0, kMaxFileNameBytes - 1);
         argument = argument.substr(0, argument.find_last_not_of(' ') + 1);
-        const size_t separator = argument.find_last_of("/\\");
-        if (separator != std::string_view::npos) argument.remove_prefix(separator + 1);
+        argument = LastPartOf(argument);
         argument = argument.substr(0, argument.find('.'));
         if (!argument.empty()) name = argument;
     }

@@ -299,6 +299,7 @@ ReturnCode item_request(Display* d) {
     }
     std::string line;
     if (ReturnCode rc = read_line(&line)) return rc;
+    if (d->markup) out_style();  // the answer has left the style of input
     return SetMacro(name, line);
 }
 

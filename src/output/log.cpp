@@ -237,19 +237,6 @@ bool is_same_file(int handle, const struct stat& file) {
            other.st_ino == file.st_ino;
 }
 
-// True if a log of this session writes to the file of the path: two would write into each other.
-bool is_logged_to(const std::string& path) {
-    struct stat file;
-    if (stat(path.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) return false;
-    if (is_same_file(logs.log.handle, file) || is_same_file(logs.command.handle, file) ||
-        is_same_file(BatchLogHandle(), file))
-        return true;
-    for (const LogRecord* log = logs.named; log != nullptr; log = log->next) {
-        if (is_same_file(log->handle, file)) return true;
-    }
-    return false;
-}
-
 // --- opening ---
 
 ReturnCode report_not_opened(int error, const std::string& filename) {
@@ -283,7 +270,7 @@ bool cut_file(int handle) {
 ReturnCode open_log_file(const std::string& filename, const LogOptions& options, int* handle) {
     std::string path;
     if (ReturnCode rc = LocalPath(filename, &path)) return rc;
-    if (is_logged_to(path)) return ReportError(604);
+    if (is_log_file(path)) return ReportError(604);
     if (ReturnCode rc = open_file(filename, path, options.append || options.replace, handle))
         return rc;
     if (options.replace && !options.append && !cut_file(*handle)) {
@@ -300,9 +287,13 @@ void begin_record(LogRecord* log, int handle, const std::string& filename) {
     note_change(log, "opened");
 }
 
+bool setting_wants_markup() {
+    return std::string_view(settings.logtype) == "tmrk";
+}
+
 // Whether the log holds mark-up: by option, by the suffix that was typed, by the setting.
 bool wants_markup(const std::string& typed, const LogOptions& options) {
-    const bool by_setting = std::string_view(settings.logtype) == "tmrk";
+    const bool by_setting = setting_wants_markup();
     if (options.markup || options.text) return by_setting ? options.markup : !options.text;
     if (typed.ends_with(".log")) return false;
     return typed.ends_with(".tmrk") || by_setting;
@@ -320,17 +311,21 @@ ReturnCode read_log_name(std::string* name) {
     return 0;
 }
 
-// Reads `[, append replace tmrk text name(x)]` to the end of the line.
+// Reads `[, append replace tmrk text name(x)]` to the end of the line. A bare t means the kind
+// that the setting names.
 ReturnCode read_log_options(LogOptions* options) {
     NextToken();
     if (TokenIsEmpty()) return 0;
     if (!TokenIs(",")) return ReportInvalidSyntax();
+    const bool text_first = !setting_wants_markup();
     while (*NextToken(OptionSeparators)) {
         const std::string_view typed = scanner.TokenBuffer;
         if (typed == "replace") {
             options->replace = true;
         } else if (MatchAbbreviation(typed, "append", 6)) {
             options->append = true;
+        } else if (text_first && typed == "t") {
+            options->text = true;
         } else if (MatchAbbreviation(typed, "tmrk", 1)) {
             options->markup = true;
         } else if (MatchAbbreviation(typed, "text", 1)) {
@@ -545,16 +540,22 @@ bool is_cmdlog_line(std::string_view line) {
 
 }  // namespace
 
+bool is_log_file(const std::string& path) {
+    struct stat file;
+    if (stat(path.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) return false;
+    if (is_same_file(logs.log.handle, file) || is_same_file(logs.command.handle, file) ||
+        is_same_file(BatchLogHandle(), file))
+        return true;
+    for (const LogRecord* log = logs.named; log != nullptr; log = log->next) {
+        if (is_same_file(log->handle, file)) return true;
+    }
+    return false;
+}
+
 void LogTypedLine(std::string_view line) {
     LogRecord* log = &logs.command;
     if (log->handle == 0 || !log->status || !log->whole || is_cmdlog_line(line)) return;
-    LogSet one;
-    LogBuffer buffer;
-    log_add(&one, log->handle);
-    log_write(&one, &buffer, line);
-    log_write(&one, &buffer, "\n");
-    log_flush(&one, &buffer);
-    log->whole = log_is_alive(one, log->handle);
+    log->whole = log_write_file(log->handle, std::string(line) + "\n");
 }
 
 void CloseLogs() {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "core/types.h"
 
@@ -31,5 +32,9 @@ struct LogState {
     LogRecord* named = nullptr;  // logs with a name, the newest first; each is owned
 };
 extern LogState logs;  // defined in output/log.cpp
+
+// True if this session writes a log to the file of the path: one that is on or off, the command
+// log, or that of a batch run. Whoever writes there too would damage both.
+bool is_log_file(const std::string& path);
 
 }  // namespace korva

@@ -23,6 +23,7 @@
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/session.h"
+#include "output/log.h"
 #include "output/results.h"
 #include "output/translation.h"
 
@@ -92,14 +93,9 @@ struct SourceFile {
     int fd = -1;
 };
 
-std::string_view last_part(std::string_view name) {
-    const size_t separator = name.find_last_of("/\\");
-    return separator == name.npos ? name : name.substr(separator + 1);
-}
-
 // ".html" of "a.b.html", in lower case; empty when there is none.
 std::string suffix_of(std::string_view name) {
-    const std::string_view last = last_part(name);
+    const std::string_view last = LastPartOf(name);
     const size_t dot = last.rfind('.');
     std::string suffix(dot == last.npos ? std::string_view() : last.substr(dot));
     for (char& c : suffix) {
@@ -185,26 +181,11 @@ ReturnCode open_source_file(const Files& files, SourceFile* source) {
     return 0;
 }
 
-bool holds_file(const LogSet& set, const struct stat& facts) {
-    for (uint32_t i = 0; i < set.count; i++) {
-        struct stat log;
-        if (fstat(set.fd[i], &log) == 0 && log.st_dev == facts.st_dev &&
-            log.st_ino == facts.st_ino) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // An existing target needs `replace`, and must not be a log that is being written.
 ReturnCode check_target(const Files& files) {
     if (!FileExists(files.target_path.c_str())) return 0;
     if (!files.replace) return ReportFileError(602, files.target);
-    struct stat facts;
-    const OutputStream* s = print_state.results;
-    if (s == nullptr || stat(files.target_path.c_str(), &facts) != 0) return 0;
-    const bool is_log = holds_file(s->tmrk_logs, facts) || holds_file(s->text_logs, facts);
-    return is_log ? ReportError(604) : 0;
+    return is_log_file(files.target_path) ? ReportError(604) : 0;
 }
 
 ReturnCode write_target(void* data, std::string_view bytes) {
@@ -237,7 +218,7 @@ ReturnCode convert_file(const Files& files, Translation* t) {
     if (ReturnCode rc = BeginReplace(&file, files.target_path)) return rc;
     file.name = files.target;  // without what PlatformPath made of it
     t->source_name = files.source;
-    t->title = last_part(files.source);
+    t->title = LastPartOf(files.source);
     t->width = ResultsWidth();
     if (ReturnCode rc = translation_begin(t, write_target, &file)) return rc;
     if (ReturnCode rc = feed_file(files, source, t)) return rc;

@@ -1,4 +1,5 @@
 *! run: piped
+*! show: asked.tmrk
 * Would catch: lines from standard input that are not echoed, a program typed
 * at the keyboard, a failing line that ends the session.
 display "one"
@@ -23,8 +24,10 @@ while `i' < 2 {
     display `i'
 }
 do data/args a b
-display "name: " _request(name)
+quietly log using asked
+display "name: " _request(name) "thanks"
 what was asked
+quietly log close
 display "$name"
 capture noisily error 5
 exit 7

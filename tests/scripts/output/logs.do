@@ -34,6 +34,14 @@ kind c.out
 kind d.log, tmrk
 kind e, text
 kind f, text tmrk
+kind g, t
+set logtype text
+kind h
+kind i.tmrk
+kind j, t
+kind k, tmrk
+kind l, tmrk text
+set logtype tmrk
 * On and off.
 quietly log using plain, text
 quietly log
@@ -48,6 +56,8 @@ capture noisily log using a
 display _rc
 quietly log off
 log off
+capture noisily translate data/conversion.tmrk plain.log, replace
+display _rc
 display "`r(status)' not in the log"
 quietly log on
 log on

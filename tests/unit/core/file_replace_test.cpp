@@ -120,22 +120,5 @@ TEST_F(FileReplace, AMissingTargetDirectoryAtTheEndLeavesNothing) {
     EXPECT_TRUE(fs::is_empty(Path("d")));
 }
 
-TEST_F(FileReplace, AFatalSignalRemovesWhatIsUnfinishedWhereverTheProcessStands) {
-    Put("a", "old");
-    const pid_t child = fork();
-    if (child == 0) {
-        if (chdir(directory.c_str()) != 0) _exit(2);
-        FileReplacement file;
-        if (BeginReplace(&file, "a") != 0 || chdir("/") != 0) _exit(3);
-        AbandonReplacements();
-        _exit(0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(Text("a"), "old");
-    EXPECT_EQ(Files(), 1);
-}
-
 }  // namespace
 }  // namespace korva
