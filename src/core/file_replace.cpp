@@ -20,8 +20,8 @@ namespace korva {
 
 namespace {
 
-constexpr int kMaxLinks = 40;       // what the system itself follows before it calls it a loop
-constexpr int kMaxAttempts = 64;    // names that sessions killed under this process number may hold
+constexpr int kMaxLinks = 40;     // what the system itself follows before it calls it a loop
+constexpr int kMaxAttempts = 64;  // names that sessions killed under this process number may hold
 constexpr mode_t kNewFileMode = 0666;
 
 struct ReplaceState {

@@ -20,6 +20,7 @@ struct OutputState {
     bool is_terminal = false;
     bool is_dumb = true;
     bool colours = false;
+    bool is_utf8 = false;      // the terminal's characters, by what the environment says
     std::string bytes;         // gathered
     int partial_shown = 0;     // bytes of the unfinished line that have been shown
     std::string text_on_line;  // shown on the line of the cursor
@@ -38,11 +39,47 @@ std::string attributes_of(unsigned char style) {
     return attributes;
 }
 
-// Adds the bytes [from, to) of a run, line-drawing bytes as plain characters.
+// Bytes of the UTF-8 character that the text begins with, the C1 controls left out; 0: of none.
+size_t utf8_length(std::string_view text) {
+    const auto lead = uint8_t(text[0]);
+    const size_t n = lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (n == 0 || n > text.size()) return 0;
+    for (size_t i = 1; i < n; i++) {
+        if ((uint8_t(text[i]) & 0xC0) != 0x80) return 0;
+    }
+    return lead == 0xC2 && uint8_t(text[1]) < 0xA0 ? 0 : n;
+}
+
+// Adds text that a terminal only shows: data come from anywhere and must not move its cursor, write
+// its clipboard or type into it. A byte stays a column.
+void add_harmless(std::string_view text) {
+    while (!text.empty()) {
+        const auto byte = uint8_t(text[0]);
+        size_t n = 1;
+        if (byte == '\t') {
+            output.bytes += ' ';
+        } else if (byte < ' ' || byte == 0x7F) {
+            output.bytes += '?';
+        } else if (byte < 0x80) {
+            output.bytes += char(byte);
+        } else if (output.is_utf8 && utf8_length(text) > 0) {
+            n = utf8_length(text);
+            output.bytes.append(text.substr(0, n));
+        } else {
+            output.bytes += byte < 0xA0 ? '?' : char(byte);
+        }
+        text.remove_prefix(n);
+    }
+}
+
+// Adds the bytes [from, to) of a run, line-drawing bytes as plain characters. A file or a pipe gets
+// the others as they are.
 void add_run(const char* text, int from, int to, unsigned char style) {
     const size_t start = output.bytes.size();
     if (style & kStyleGraphic) {
         for (int i = from; i < to; i++) output.bytes += plain_graphic(text[i]);
+    } else if (output.is_terminal) {
+        add_harmless({text + from, size_t(to - from)});
     } else {
         output.bytes.append(text + from, size_t(to - from));
     }
@@ -75,9 +112,20 @@ void add_rest_of_line(const unsigned char* record) {
     output.partial_shown = length;
 }
 
+bool locale_is_utf8() {
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char* value = std::getenv(name);
+        if (value == nullptr || *value == 0) continue;  // the next one counts
+        const std::string_view locale(value);
+        return locale.find("UTF-8") != locale.npos || locale.find("utf8") != locale.npos;
+    }
+    return false;
+}
+
 }  // namespace
 
 void OpenStdioOutput() {
+    output.is_utf8 = locale_is_utf8();
     output.is_terminal = isatty(STDOUT_FILENO) != 0;
     const char* terminal = std::getenv("TERM");
     output.is_dumb = terminal == nullptr || *terminal == 0 || std::string_view(terminal) == "dumb";

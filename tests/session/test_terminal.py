@@ -18,7 +18,7 @@ KORVA = str(BUILD.program("korva"))
 EDITS_LINES = b"libreadline" in BUILD.program("korva").read_bytes()
 
 
-def typed(steps):
+def typed(steps, **environment):
     """Starts a session in a terminal and types a line each time a text shows; what it showed.
 
     steps: pairs of the text to wait for, behind what was waited for before, and the line to type.
@@ -27,7 +27,7 @@ def typed(steps):
         pid, terminal = pty.fork()
         if pid == 0:
             os.chdir(box.work)
-            os.execve(KORVA, [KORVA, "/q"], {**box.environment(), "TERM": "dumb"})
+            os.execve(KORVA, [KORVA, "/q"], {**box.environment(), "TERM": "dumb", **environment})
         shown, seen = "", 0
         try:
             for wanted, line in [*steps, ("\n. ", "exit, clear")]:
@@ -305,6 +305,15 @@ class OddBytes(unittest.TestCase):
                                  capture_output=True, timeout=60, env=box.environment())
         self.assertIn(b'. display "ab"\n', run.stdout)
         self.assertIn(b"\nab\n", run.stdout)
+
+    def test_of_data_are_no_commands_to_a_terminal(self):
+        line = 'display _char(27) "[2J" _char(155) "2J" " \xc3\x80" _char(194) _char(155)'
+        for codes, shown in (("C", "?[2J?2J \xc3?\xc2?"), ("C.UTF-8", "?[2J?2J \xc3\x80\xc2?")):
+            self.assertIn(f"\n{shown}\n", typed([("\n. ", line)], LC_ALL=codes))
+        with Sandbox(BUILD) as box:
+            run = subprocess.run([KORVA, "/q"], input=line.encode("latin-1") + b"\n", cwd=box.work,
+                                 capture_output=True, timeout=60, env=box.environment())
+        self.assertIn(b"\n\x1b[2J\x9b2J \xc3\x80\xc2\x9b\n", run.stdout)
 
 
 if __name__ == "__main__":
