@@ -7,11 +7,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 
-#include "core/alloc.h"
+#include "core/file_open.h"
 #include "core/file_replace.h"
 #include "core/platform.h"
 #include "core/session.h"
@@ -34,15 +33,11 @@ std::string settings_directory() {
 // The text at the path. False: something stands there that is no file of a sensible size, or it
 // cannot be read; a file that is not there is empty.
 bool read_whole(const std::string& path, std::string* text) {
-    errno = EIO;
-    // Not blocking: what stands there may be no file.
-    const int fd = StressFails() ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) return errno == ENOENT || errno == ENOTDIR;
-    struct stat status;
-    const bool is_file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+    int fd = -1;
+    if (ReturnCode rc = OpenToRead(path, &fd)) return rc == 601;
     char block[4096];
-    ssize_t n = is_file ? 0 : -1;
-    while (is_file && text->size() <= kMaxFileBytes && (n = read(fd, block, sizeof block)) > 0) {
+    int64_t n = 0;
+    while (text->size() <= kMaxFileBytes && (n = ReadSome(fd, block, sizeof block)) > 0) {
         text->append(block, size_t(n));
     }
     close(fd);

@@ -1,19 +1,17 @@
 // data/byte_source.cpp - a read buffer over a descriptor or a block.
 //
-// Opening is non-blocking and takes regular files only: a pipe or a device has no size to check
-// counts against, and might never answer. A file that shrinks while it is read looks like one that
-// was cut.
+// A pipe or a device has no size to check counts against, so only regular files are taken. One that
+// shrinks while it is read looks like one that was cut.
 #include "data/byte_source.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/alloc.h"
+#include "core/file_open.h"
 
 namespace korva {
 
@@ -22,23 +20,9 @@ namespace {
 constexpr uint64_t kDirectBytes = 4096;  // from here on a copy through the buffer costs more than a
                                          // call
 
-int open_for_reading(const char* path) {
-    if (StressFails()) {
-        errno = EIO;
-        return -1;
-    }
-    int fd;
-    do fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    while (fd < 0 && errno == EINTR);
-    return fd;
-}
-
 // Up to n bytes from the descriptor; 0 at the end or when the system refuses.
 size_t read_some(int fd, void* to, size_t n) {
-    if (StressFails()) return 0;
-    ssize_t got;
-    do got = read(fd, to, n);
-    while (got < 0 && errno == EINTR);
+    const int64_t got = ReadSome(fd, to, n);
     return got > 0 ? size_t(got) : 0;
 }
 
@@ -57,14 +41,11 @@ ByteSource::~ByteSource() {
 }
 
 ReturnCode open_source(ByteSource* source, const std::string& path) {
-    const int fd = open_for_reading(path.c_str());
-    if (fd < 0) return errno == ENOENT || errno == ENOTDIR ? 601 : 603;
-    struct stat facts;
-    if (fstat(fd, &facts) != 0 || !S_ISREG(facts.st_mode)) {
-        close(fd);
-        return 603;
-    }
+    int fd = -1;
+    if (ReturnCode rc = OpenToRead(path, &fd)) return rc;
     source->fd = fd;
+    struct stat facts;
+    if (fstat(fd, &facts) != 0) return 603;
     source->next = source->limit = nullptr;
     source->left = source->size = uint64_t(facts.st_size);
     return 0;

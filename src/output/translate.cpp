@@ -5,17 +5,11 @@
 // The suffix of the source says how it is read, that of the target how it is written; the forms of
 // `log` write one kind only. The target goes through a replacement, so that a conversion that fails
 // leaves what stood there.
-#include <array>
-#include <cerrno>
-#include <cstring>
-
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/ado_path.h"
-#include "core/alloc.h"
 #include "core/commands.h"
+#include "core/file_open.h"
 #include "core/file_path.h"
 #include "core/file_replace.h"
 #include "core/option_words.h"
@@ -161,24 +155,9 @@ ReturnCode read_line(const FormRow& form, Files* files, Translation* t) {
     return LocalPath(files->target, &files->target_path);
 }
 
-// A regular file only: a pipe might never answer.
 ReturnCode open_source_file(const Files& files, SourceFile* source) {
-    int fd = -1;
-    if (StressFails()) {
-        errno = EIO;
-    } else {
-        do fd = open(files.source_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-        while (fd < 0 && errno == EINTR);
-    }
-    if (fd < 0) {
-        return ReportFileError(errno == ENOENT || errno == ENOTDIR ? 601 : 603, files.source);
-    }
-    source->fd = fd;
-    struct stat facts;
-    if (fstat(fd, &facts) != 0 || !S_ISREG(facts.st_mode)) {
-        return ReportFileError(603, files.source);
-    }
-    return 0;
+    const ReturnCode rc = OpenToRead(files.source_path, &source->fd);
+    return rc != 0 ? ReportFileError(rc, files.source) : 0;
 }
 
 // An existing target needs `replace`, and must not be a log that is being written.
@@ -195,13 +174,7 @@ ReturnCode write_target(void* data, std::string_view bytes) {
 ReturnCode feed_file(const Files& files, const SourceFile& source, Translation* t) {
     char block[kBlockBytes];
     for (;;) {
-        ssize_t got = -1;
-        if (StressFails()) {
-            errno = EIO;
-        } else {
-            do got = read(source.fd, block, sizeof block);
-            while (got < 0 && errno == EINTR);
-        }
+        const int64_t got = ReadSome(source.fd, block, sizeof block);
         if (got < 0) return ReportFileError(692, files.source);
         if (got == 0) return 0;
         if (ReturnCode rc = translation_feed(t, {block, size_t(got)})) return rc;
