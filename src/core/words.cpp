@@ -97,4 +97,11 @@ std::string_view TrimBlanks(std::string_view text) {
     return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
+size_t PieceLength(std::string_view text, size_t columns) {
+    if (text.size() <= columns) return text.size();
+    if (text[columns] == ' ') return columns + 1;
+    const size_t blank = text.substr(0, columns).rfind(' ');
+    return blank == std::string_view::npos || blank + 1 < columns / 2 ? columns : blank + 1;
+}
+
 }  // namespace korva

@@ -23,6 +23,10 @@ void AppendWord(std::string* list, std::string_view word);
 // The text without the blanks at its ends.
 std::string_view TrimBlanks(std::string_view text);
 
+// How many bytes of the text go on a line of `columns` (1 at least): all that fit, or up to behind
+// the last blank among them, unless that leaves more than half of the line empty.
+size_t PieceLength(std::string_view text, size_t columns);
+
 // The first byte at or behind p that is no blank; the NUL if there is none.
 inline char* SkipBlanks(char* p) {
     while (*p == ' ') p++;

@@ -4,7 +4,9 @@
 // the dataset, labels and notes, comes from a DescribedFile instead.
 //
 // The label column of the heading is the column at which all labels begin: the data label and the
-// file's date above, the variable labels below.
+// file's date above, the variable labels below. The layout is made for 79 columns. On other lines
+// the labels take what is there and break at blanks; on one too narrow for that column they have
+// lines of their own.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -19,6 +21,7 @@
 #include "core/session.h"
 #include "core/settings.h"
 #include "core/stored_results.h"
+#include "core/words.h"
 #include "data/dataset.h"
 #include "data/dta_file.h"
 #include "data/dta_read.h"
@@ -29,15 +32,20 @@ namespace korva {
 
 namespace {
 
-constexpr int kRuleColumns = 79;
-constexpr int kCountColumns = 14;    // of the counts at the top
-constexpr int kMaxColumns = 13;      // of the limits beside them
-constexpr int kTypeColumn = 16;      // columns in front of the storage type
-constexpr int kNoteColumn = 44;      // columns in front of the `*`
-constexpr int kLabelColumn = 46;     // columns in front of a label
-constexpr int kLabelIndent = 48;     // columns in front of what continues it
-constexpr int kLabelPiece = 31;      // columns of a label that fit a line
-constexpr int kWholeDataLabel = 32;  // a data label up to this long stands on one line
+constexpr int kLayoutColumns = 79;  // at this width labels are cut without regard to blanks
+constexpr int kWidestRule = 128;    // what the longest label takes
+constexpr int kLeastPiece = 24;     // a label column narrower than this is not worth having
+constexpr int kCountColumns = 14;   // of the counts at the top
+constexpr int kMaxColumns = 13;     // of the limits beside them
+constexpr int kGap = 2;
+constexpr int kTypeColumn = 16;   // columns in front of the storage type
+constexpr int kNoteColumn = 44;   // columns in front of the `*`
+constexpr int kLabelColumn = 46;  // columns in front of a label
+constexpr int kLabelIndent = 48;  // columns in front of what continues it
+constexpr int kNarrowNote = 14;   // the same on a narrow line
+constexpr int kNarrowLabel = 16;
+constexpr int kNarrowIndent = 18;
+constexpr int kNarrowText = 6;  // columns in front of what follows a count on a narrow line
 constexpr int kNameColumns = 15;
 constexpr int kNumberedNameColumns = 8;
 constexpr int kLongLabelName = 9;  // a value label's name from here on has its line alone
@@ -132,19 +140,37 @@ void print_value(std::string_view text) {
     out_text(text);
 }
 
-// The text in pieces of the label column; the first stands where the line is.
-void print_pieces(std::string_view text, size_t whole) {
-    const int room = ResultsWidth() - kLabelIndent;
-    const size_t piece = size_t(std::clamp(room, 8, kLabelPiece));
-    if (text.size() <= std::max(piece, whole)) {
+// Where labels stand on a line of the present size.
+struct Layout {
+    int width = ResultsWidth();
+    bool narrow = width < kLabelIndent + kLeastPiece;
+    int note = narrow ? kNarrowNote : kNoteColumn;
+    int label = narrow ? kNarrowLabel : kLabelColumn;
+    int indent = narrow ? kNarrowIndent : kLabelIndent;
+};
+
+size_t piece_of(std::string_view text, const Layout& layout, int columns) {
+    if (layout.width == kLayoutColumns) return std::min(text.size(), size_t(columns));
+    return PieceLength(text, size_t(columns));
+}
+
+// The text in pieces; the first stands where the line is, the others behind `indent` columns. One
+// of at most `whole` columns is not cut.
+void print_pieces(std::string_view text, const Layout& layout, int indent, int whole) {
+    const int columns = layout.width - indent;
+    if (int(text.size()) <= std::max(columns, whole)) {
         print_value(text);
         out_newline();
         return;
     }
-    for (size_t at = 0; at < text.size(); at += piece) {
-        if (at > 0) out_spaces(kLabelIndent);
-        print_value(text.substr(at, piece));
+    for (bool first = true; !text.empty(); first = false) {
+        if (!first) out_spaces(indent);
+        const size_t n = piece_of(text, layout, columns);
+        const std::string_view piece = text.substr(0, n);
+        const bool at_blank = layout.width != kLayoutColumns && piece.ends_with(' ');
+        print_value(at_blank ? piece.substr(0, n - 1) : piece);
         out_newline();
+        text.remove_prefix(n);
     }
 }
 
@@ -162,8 +188,32 @@ void print_count(const char* word, int64_t count, int64_t limit, bool detail,
         out_text(")");
         column += 6 + kMaxColumns + 1;
     }
-    if (!text.empty()) out_spaces(kLabelColumn - column);
-    print_pieces(text, kWholeDataLabel);
+    const Layout layout;
+    if (text.empty()) {
+        out_newline();
+    } else if (!layout.narrow) {
+        out_spaces(layout.label - column);
+        print_pieces(text, layout, layout.indent, layout.width - layout.label - 1);
+    } else if (column + kGap + int(text.size()) <= layout.width) {
+        out_spaces(kGap);
+        print_pieces(text, layout, 0, 0);
+    } else {
+        out_newline();
+        out_spaces(kNarrowText);
+        print_pieces(text, layout, kNarrowText + kGap, 0);
+    }
+}
+
+// Appends to a line of `*column` columns, or to the next if it does not fit.
+void print_fitting(std::string_view text, int* column) {
+    if (*column + int(text.size()) > ResultsWidth()) {
+        out_newline();
+        out_spaces(kNarrowText);
+        *column = kNarrowText;
+        text = TrimBlanks(text);
+    }
+    out_text(text);
+    *column += int(text.size());
 }
 
 double percent_free() {
@@ -187,8 +237,13 @@ void print_header(const Shape& shape, bool detail, const Subject& subject) {
 
     out_text(" size:");
     print_value(with_commas((shape.width + kRowOverhead) * shape.nobs, kCountColumns));
-    if (!detail) out_textf(" (%5.1f%% of memory free)", percent_free());
-    if (subject.has_notes("_dta")) out_text("  (_dta has notes)");
+    int column = int(std::strlen(" size:")) + kCountColumns;
+    if (!detail) {
+        char text[40];
+        std::snprintf(text, sizeof text, " (%5.1f%% of memory free)", percent_free());
+        print_fitting(text, &column);
+    }
+    if (subject.has_notes("_dta")) print_fitting("  (_dta has notes)", &column);
     out_newline();
 }
 
@@ -196,14 +251,21 @@ void print_header(const Shape& shape, bool detail, const Subject& subject) {
 
 void print_rule() {
     out_style();
-    out_tmrkf("{hline %d}\n", std::min(kRuleColumns, ResultsWidth()));
+    out_tmrkf("{hline %d}\n", std::min(ResultsWidth(), kWidestRule));
 }
 
 void print_heading(bool numbers) {
     out_text(numbers ? "    variable  " : "              ");
     out_text("storage  display     value\n");
     out_text(numbers ? "      name      " : "variable name   ");
-    out_text("type   format      label      variable label\n");
+    out_text("type   format      label");
+    if (const Layout layout; layout.narrow) {
+        out_newline();
+        out_spaces(layout.label);
+    } else {
+        out_spaces(6);
+    }
+    out_text("variable label\n");
 }
 
 // The name and what leads to the type's column.
@@ -227,33 +289,56 @@ void print_name(int32_t var, const DescribeOptions& options) {
     }
 }
 
+// The value label's name, on a narrow line below if it does not fit.
+void print_label_name(std::string_view name, const Layout& layout) {
+    constexpr int kLabelNameColumn = kNoteColumn - kLongLabelName;
+    if (kLabelNameColumn + int(name.size()) > layout.width) {
+        out_newline();
+        out_spaces(layout.label);
+    }
+    out_text(name);
+}
+
+// From behind the name to the note's column, which is on the next line if the name is long. A
+// narrow line has it there anyway.
+void lead_to_note(std::string_view name, const Layout& layout) {
+    const int columns = int(name.size());
+    if (!layout.narrow && columns < kLongLabelName) {
+        out_spaces(kLongLabelName - columns);
+        return;
+    }
+    out_newline();
+    out_spaces(layout.note);
+}
+
 // Prints one variable; returns whether it has notes.
 bool print_variable(int32_t var, const DescribeOptions& options, const Subject& subject) {
+    const Layout layout;
     print_name(var, options);
     const char* label_name = dataset.label_names[var - 1];
     const bool has_notes = subject.has_notes(dataset.names[var - 1]);
     const std::string label = subject.label(var);
     const std::string type = type_name(dataset.types[var - 1]);
-    if (!has_notes && label.empty()) {
-        out_textf(*label_name ? "%-6s %-11s %s\n" : "%-6s %s%s\n", type.c_str(),
-                  dataset.formats[var - 1], label_name);
+    const char* format = dataset.formats[var - 1];
+    if (!has_notes && label.empty() && !*label_name) {
+        out_textf("%-6s %s\n", type.c_str(), format);
         return false;
     }
-    out_textf("%-6s %-11s %s", type.c_str(), dataset.formats[var - 1], label_name);
-    const int columns = int(std::strlen(label_name));
-    if (columns >= kLongLabelName) {
+    const bool padded = *label_name || !layout.narrow;
+    out_textf(padded ? "%-6s %-11s " : "%-6s %s", type.c_str(), format);
+    print_label_name(label_name, layout);
+    if (!has_notes && label.empty()) {
         out_newline();
-        out_spaces(kNoteColumn);
-    } else {
-        out_spaces(kLongLabelName - columns);
+        return false;
     }
+    lead_to_note(label_name, layout);
     if (label.empty()) {
         out_text("*\n");
         return true;
     }
     out_text(has_notes ? "*" : " ");
-    out_spaces(kLabelColumn - kNoteColumn - 1);
-    print_pieces(label, 0);
+    out_spaces(layout.label - layout.note - 1);
+    print_pieces(label, layout, layout.indent, 0);
     return has_notes;
 }
 
@@ -267,8 +352,10 @@ ReturnCode print_variables(const DescribeOptions& options, const Subject& subjec
         if (session.BreakFlag) return kBreak;
     }
     if (any_notes) {
-        out_spaces(kNoteColumn);
-        out_text("* indicated variables have notes\n");
+        constexpr std::string_view kRemark = "* indicated variables have notes\n";
+        const Layout layout;
+        out_spaces(std::min(layout.note, std::max(layout.width - int(kRemark.size()), 0)));
+        out_text(kRemark);
     }
     print_rule();
     return 0;
@@ -292,7 +379,17 @@ void print_sort_order() {
         column += int(name.size());
     }
     out_newline();
-    if (dataset.changed) out_text("     Note:  dataset has changed since last saved\n");
+    if (!dataset.changed) return;
+    constexpr std::string_view kNote = "     Note:  ";
+    constexpr std::string_view kChanged = "dataset has changed since last saved";
+    const size_t n = PieceLength(kChanged, size_t(ResultsWidth()) - kNote.size());
+    out_text(kNote);
+    out_text(TrimBlanks(kChanged.substr(0, n)));
+    out_newline();
+    if (n == kChanged.size()) return;
+    out_spaces(int(kNote.size()));
+    out_text(kChanged.substr(n));
+    out_newline();
 }
 
 struct NamedCount {

@@ -18,5 +18,15 @@ _describe
 display r(N) r(k) r(width)
 capture noisily _describe, numbers fullnames
 display _rc
-capture noisily _describe using data/groups
-display _rc
+_describe using data/groups, short
+use data/groups, clear
+drop in 1
+* Narrow lines have the labels below; wider ones have them whole. They break at blanks.
+set linesize 40
+_describe
+set linesize 78
+_describe output remark_of_the_clerk
+_describe remark_of_the_clerk, numbers
+set linesize 120
+_describe, numbers
+_describe using data/groups
