@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <string>
 #include <vector>
 
 #include "core/alloc.h"
@@ -28,8 +30,6 @@ namespace {
 
 constexpr int kLanes = 8;
 constexpr int kNameColumns = 12;
-constexpr int kCountColumns = 10;
-constexpr int kNumberColumns = 12;
 constexpr const char* kNumberFormat = "%9.0g";
 
 // A sum and the rounding error that its additions left behind.
@@ -239,29 +239,73 @@ void print_name(std::string_view name) {
     out_bar();
 }
 
-void print_heading() {
+struct TableColumn {
+    const char* heading;
+    int width;
+};
+constexpr TableColumn kColumns[] = {
+    {"Obs", 10}, {"Mean", 12}, {"Std. Dev.", 12}, {"Min", 12}, {"Max", 12},
+};
+constexpr int kColumnCount = int(std::size(kColumns));
+
+// Columns [first, last) of the table, as many as the line has room for behind the names.
+struct Panel {
+    int first = 0;
+    int last = 0;
+    int width = 0;
+};
+
+Panel fill_panel(int first) {
+    Panel panel{first, first, 0};
+    const int room = ResultsWidth() - kNameColumns - 2;
+    while (panel.last < kColumnCount && panel.width + kColumns[panel.last].width <= room) {
+        panel.width += kColumns[panel.last++].width;
+    }
+    return panel;
+}
+
+void print_heading(const Panel& panel) {
     LevelGuard level(kLevelText);
     out_newline();
     print_name("Variable");
-    out_textf("%*s%*s%*s%*s%*s\n", kCountColumns, "Obs", kNumberColumns, "Mean", kNumberColumns,
-              "Std. Dev.", kNumberColumns, "Min", kNumberColumns, "Max");
+    for (int i = panel.first; i < panel.last; i++) {
+        out_textf("%*s", kColumns[i].width, kColumns[i].heading);
+    }
+    out_newline();
     out_style();
-    out_tmrkf("{hline %d}{c +}{hline %d}\n", kNameColumns + 1, kCountColumns + 4 * kNumberColumns);
+    out_tmrkf("{hline %d}{c +}{hline %d}\n", kNameColumns + 1, panel.width);
 }
 
-ReturnCode print_row(const VariableMoments& m, const Moments& shown) {
-    print_name(dataset.names[m.var - 1]);
-    char line[kCountColumns + 4 * (kNumberColumns + 30) + 32];
-    int used = std::snprintf(line, sizeof line, "%*lld", kCountColumns,
-                             static_cast<long long>(m.n));
-    if (m.n > 0) {
-        for (double x : {shown.mean, shown.sd, shown.min, shown.max}) {
-            used += std::snprintf(line + used, sizeof line - size_t(used), "%*s", kNumberColumns,
-                                  fmt_number(kNumberFormat, x));
-        }
+struct TableRow {
+    VariableMoments moments;
+    Moments shown;
+};
+
+ReturnCode print_row(const TableRow& row, const Panel& panel) {
+    print_name(dataset.names[row.moments.var - 1]);
+    const Moments& m = row.shown;
+    const double values[kColumnCount] = {0, m.mean, m.sd, m.min, m.max};
+    std::string line;
+    for (int i = panel.first; i < panel.last; i++) {
+        std::string text = std::to_string(row.moments.n);
+        if (i > 0) text = row.moments.n > 0 ? fmt_number(kNumberFormat, values[i]) : "";
+        if (text.empty()) break;
+        line.append(size_t(std::max(kColumns[i].width - int(text.size()), 0)), ' ');
+        line += text;
     }
     out_text(line);
     return out_newline();
+}
+
+// On a narrow line the table is cut into panels, one below the other.
+ReturnCode print_table(const std::vector<TableRow>& rows) {
+    for (Panel panel = fill_panel(0); panel.last > panel.first; panel = fill_panel(panel.last)) {
+        print_heading(panel);
+        for (const TableRow& row : rows) {
+            if (ReturnCode rc = print_row(row, panel)) return rc;
+        }
+    }
+    return 0;
 }
 
 ReturnCode store_results(const VariableMoments& m, const Moments& shown) {
@@ -303,16 +347,17 @@ ReturnCode CmdSummarize(int) {
     }
     if (ReturnCode rc = compute(&moments)) return rc;
 
-    print_heading();
-    VariableMoments last;
+    std::vector<TableRow> rows;
     size_t next = 0;
     for (int32_t var : skeleton.varlist) {
-        last = VariableMoments{};
-        last.var = var;
-        if (!type_is_string(dataset.types[var - 1])) last = moments[next++];
-        if (ReturnCode rc = print_row(last, finish(last))) return rc;
+        VariableMoments m;
+        m.var = var;
+        if (!type_is_string(dataset.types[var - 1])) m = moments[next++];
+        rows.push_back({m, finish(m)});
     }
-    return store_results(last, finish(last));
+    if (ReturnCode rc = print_table(rows)) return rc;
+    const TableRow last = rows.empty() ? TableRow{} : rows.back();
+    return store_results(last.moments, last.shown);
 }
 
 }  // namespace korva
