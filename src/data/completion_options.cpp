@@ -28,6 +28,12 @@ struct PictureRow {
     std::string_view command;  // full name
     std::string_view picture;
 };
+// Also with an argument: header(#), and mean, sum and N with a list of variables.
+constexpr std::string_view kListPicture =
+    ", Table Display Clean DIVider noHeader noObs noLabel SEParator(integer) SEPBY(varlist) "
+    "ABbreviate(integer) STRing(integer) LINESize(integer) SUBVarname FAST MEAN SUM N "
+    "LABVAR(varname)";
+
 // What the handlers take, by the names that they pass to option_present() and its kin.
 constexpr PictureRow kPictures[] = {
     // clang-format off
@@ -39,10 +45,10 @@ constexpr PictureRow kPictures[] = {
     {"do",        ", noStop"},
     {"char",      ", REPLACE"},
     {"exit",      ", CLEAR KORVA"},
-    {"flist",     ", Clean noObs noLabel SEParator(integer)"},
+    {"flist",     kListPicture},
     {"gettoken",  ", Parse(string) Quotes Match(name) BIND"},
     {"label",     ", ADD MODIFY noFIX REPLACE NEW COPY RENAME DELETE"},
-    {"list",      ", Clean noObs noLabel SEParator(integer)"},
+    {"list",      kListPicture},
     {"program",   ", Rclass Eclass Sclass Nclass SORTpreserve BYABLE(name) PROPERTIES(name)"},
     {"replace",   ", noPromote"},
     {"run",       ", noStop"},

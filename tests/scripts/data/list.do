@@ -20,5 +20,5 @@ capture noisily list, separator
 capture noisily list, clean(2)
 capture noisily list, separator(2
 display _rc
-capture noisily list, abbreviate(5)
+capture noisily list, table(5)
 display _rc

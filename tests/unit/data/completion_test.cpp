@@ -134,8 +134,8 @@ TEST_F(Completion, OptionsComeFromTheTableAndFromSyntaxLines) {
     SetMacro("S_ADO", root_ + "/lib");
     check({
         {"list mpg, cl", "clean| "},
-        {"list mpg if price > 3, sep", "separator("},
-        {"list mpg, clean no", "nolabel noobs"},
+        {"list mpg if price > 3, sepa", "separator("},
+        {"list mpg, clean no", "noheader nolabel noobs"},
         {"assert max(mpg, pri", "price"},
         {"by price, s", "sort| "},
         {"cmd mpg, ", "by( generate( level( noconstant"},
