@@ -13,6 +13,7 @@
 #include "core/missing.h"
 #include "core/scanner.h"
 #include "core/session.h"
+#include "core/settings.h"
 #include "core/startup.h"
 #include "core/upcalls.h"
 #include "data/cells.h"
@@ -121,6 +122,7 @@ void make_data() {
     }
 }
 
+// Reports the engine beside the other time.
 double timed(const char* what, double limit, double plain, double engine) {
     std::printf("  plain loop %.4f s, engine %.4f s\n", plain, engine);
     report(what, engine / plain, limit);
@@ -142,6 +144,32 @@ int main() {
     });
     for (int obs = 1; obs <= kRows; obs++) failures += get(z, obs) != get(w, obs);
     timed("generate sqrt(x)*ln(x+1)-x/3 if mod(_n,3)", 2.0, plain, engine);
+
+    // Two threads; then what cannot be run in parallel, beside what can.
+    settings.procs_use = session.procs = 2;
+    const double forked = fastest(kRuns, [&] {
+        undo_new_variables(w - 1);
+        run(CmdGenerate, "double w = sqrt(x)*ln(x+1)-x/3 if mod(_n,3)");
+    });
+    for (int obs = 1; obs <= kRows; obs++) failures += get(z, obs) != get(w, obs);
+    settings.procs_use = session.procs = 1;
+    std::printf("  one thread %.4f s, two %.4f s\n", engine, forked);
+    report("the same, two threads beside one", forked / engine, 1 / 1.7);
+    const double parallel = fastest(kRuns, [&] {
+        undo_new_variables(w - 1);
+        run(CmdGenerate, "double w = x + 1");
+    });
+    const double changed = fastest(kRuns, [&] { run(CmdReplace, "w = x - w"); });
+    for (const char* text : {"double w = sum(x)", "double w = x[_n-1]", "double w = x[_N-_n]",
+                             "double w = uniform()", "double w = uniform() + uniform()"}) {
+        const double alone = fastest(kRuns, [&] {
+            undo_new_variables(w - 1);
+            run(CmdGenerate, text);
+        });
+        timed(text, 4, parallel, alone);
+    }
+    const double chained = fastest(kRuns, [&] { run(CmdReplace, "w = w[_n-1] + 1 if _n > 1"); });
+    timed("replace w = w[_n-1] + 1, beside x - w", 4, changed, chained);
 
     const double plain_lag = fastest(kRuns, [&] {
         const uint64_t pitch = uint64_t(dataset.lrecl);

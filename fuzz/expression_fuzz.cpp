@@ -10,11 +10,14 @@
 #include "core/scanner.h"
 #include "core/session.h"
 #include "core/startup.h"
+#include "core/store.h"
 #include "core/types.h"
 #include "core/upcalls.h"
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/expression.h"
+#include "data/expression_opcodes.h"
+#include "data/random.h"
 
 namespace {
 
@@ -34,7 +37,9 @@ void compare_runs(ExpressionRecord* record) {
         for (int obs = 1; obs <= kRows; obs++) evalstr(record, obs, text);
         return;
     }
+    random_state = RandomState{};
     eval_block(record, 1, kRows, block);
+    random_state = RandomState{};
     for (int obs = 1; obs <= kRows; obs++) {
         const double single = eval(record, obs);
         if (std::bit_cast<uint64_t>(single) != std::bit_cast<uint64_t>(block[obs - 1])) {
@@ -61,6 +66,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
         putstr(3, obs, std::string_view("some text 12").substr(size_t(obs % 12)));
         putstr(4, obs, std::string_view("a b").substr(0, size_t(obs % 4)));
     }
+    if (!StorePut("A", kKindMatrix, "", 0)) give_up("the store is full");
     ResetSkeleton();
     return 0;
 }
@@ -74,6 +80,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     reset_expression_pools();
     if (compile(text, &main_expression, ExpressionMode::Either) == 0)
         compare_runs(&main_expression);
+    for (ExpressionMode mode : {ExpressionMode::Matrix, ExpressionMode::NumberOrMatrix}) {
+        reset_expression_pools();
+        if (compile(text, &main_expression, mode) == 0) list_program(main_expression);
+    }
     std::string line(text.substr(0, text.find('\0')));
     SetScanPointer(line.data());
     ExpressionValue value;

@@ -14,6 +14,7 @@
 #include "core/settings.h"
 #include "core/settings_file.h"
 #include "core/settings_parse.h"
+#include "core/upcalls.h"
 #include "frontend/frontend.h"
 
 namespace korva {
@@ -250,9 +251,9 @@ const SettingRow kSettings[] = {
     {"scheme",        6, Text,     &settings.scheme,         0, 32, "scheme", Group::Graphics, {.check = check_scheme}},
     {"scrollbufsize", 13, Number,  &settings.scrollbufsize, 10000, 500000, "scrollbufsize", Group::Interface, {.changed = scrollback_changed}},
     {"searchdefault", 7, Code,     &settings.searchdefault,  1, 0, "searchdefault", Group::Network, {.words = kSearches, .refuse = refuse_search}},
-    {"seed",          2, Handler,  nullptr,                  0, 0, nullptr, Group::None, {.since = 320}},
-    {"seed0",         5, Handler},
-    {"sortseed",      8, Handler},
+    {"seed",          2, Handler,  nullptr,                  0, 0, nullptr, Group::None, {.since = 320, .handler = SetSeed}},
+    {"seed0",         5, Handler,  nullptr,                  0, 0, nullptr, Group::None, {.handler = SetOldSeed}},
+    {"sortseed",      8, Handler,  nullptr,                  0, 0, nullptr, Group::None, {.handler = SetSortSeed}},
     {"smalldlg",      8, Switch,   &settings.smalldlg,       0, 0, "smalldlg", Group::Interface},
     {"textsize",      2, Number,   &settings.textsize,       1, 1000, nullptr, Group::Graphics},
     {"timeout1",      8, Number,   &settings.timeout1,       1, 32000, "timeout1", Group::Network},

@@ -177,7 +177,7 @@ constexpr SystemValueRow kSystemValues[] = {
     {"searchdefault",    [](SystemValue* v) { set_setting(v, "searchdefault"); }},
     {"scheme",           [](SystemValue* v) { set_text(v, settings.scheme); }},
     {"scrollbufsize",    [](SystemValue* v) { set_number(v, settings.scrollbufsize); }},
-    {"seed",             nullptr},
+    {"seed",             [](SystemValue* v) { set_text(v, SeedText()); }},
     {"smalldlg",         [](SystemValue* v) { set_switch(v, settings.smalldlg); }},
     {"korva_version",    [](SystemValue* v) { set_number(v, kCurrentVersion / 100.0); }},
     {"sysdir_base",      [](SystemValue* v) { set_text(v, directories.base); }},

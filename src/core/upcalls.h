@@ -33,6 +33,16 @@ ReturnCode EvaluateText(std::string_view text, ExpressionMode mode, ExpressionVa
 // The same for the expression at the scanner, which is left behind the end of its valid text.
 ReturnCode EvaluateScanned(ExpressionMode mode, ExpressionValue* value);
 
+// --- data/random.cpp: the seeds ---
+
+// set seed, set seed0, set sortseed: each takes the rest of the line.
+ReturnCode SetSeed();
+ReturnCode SetOldSeed();
+ReturnCode SetSortSeed();
+
+// The state of uniform(), as `set seed` takes it.
+std::string SeedText();
+
 // --- output/log.cpp: logs ---
 
 // A line came from the keyboard: the command log, if one is on, gets it.

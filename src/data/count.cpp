@@ -52,31 +52,44 @@ ReturnCode parse_assertion() {
     return options_done();
 }
 
+// Observations tested in one range.
+struct Tests {
+    int64_t n = 0;
+    int64_t n_false = 0;
+    void add(const Tests& other) {
+        n += other.n;
+        n_false += other.n_false;
+    }
+};
+
 // Counts as far as the first value that is false.
-ReturnCode test_until_false(const double* values, int n, int64_t* tested, int64_t* n_false) {
+ReturnCode test_until_false(const double* values, int n, Tests* tests) {
     for (int i = 0; i < n; i++) {
-        ++*tested;
+        tests->n++;
         if (values[i] != 0) continue;
-        ++*n_false;
+        tests->n_false++;
         return kStopLoop;
     }
     return 0;
 }
 
+ReturnCode test_block(const RowWorker& worker, const RowBlock& block, Tests* tests) {
+    if (block.n_marked == 0) return 0;
+    alignas(64) double values[kBlockObs];
+    run_marked(worker, block);
+    block_numbers(worker.machine, values);
+    if (assertion.fast) return test_until_false(values, block.n_marked, tests);
+    int holds = 0;
+    for (int i = 0; i < block.n_marked; i++) holds += values[i] != 0;
+    tests->n += block.n_marked;
+    tests->n_false += block.n_marked - holds;
+    return 0;
+}
+
 // Tests the range in force.
-ReturnCode test_range(int64_t* tested, int64_t* n_false) {
-    const ReturnCode rc = for_each_block(kBlockObs, [&](BlockMachine* m, const RowBlock& block) {
-        if (block.n_marked == 0) return 0;
-        alignas(64) double values[kBlockObs];
-        run_marked(m, block);
-        block_numbers(m, values);
-        if (assertion.fast) return test_until_false(values, block.n_marked, tested, n_false);
-        int holds = 0;
-        for (int i = 0; i < block.n_marked; i++) holds += values[i] != 0;
-        *tested += block.n_marked;
-        *n_false += block.n_marked - holds;
-        return 0;
-    });
+ReturnCode test_range(Tests* tests) {
+    const auto use = assertion.fast ? LoopUse::BothInOrder : LoopUse::Both;
+    const ReturnCode rc = for_each_block(use, block_size_for(0), tests, test_block);
     return rc == kStopLoop ? 0 : rc;
 }
 
@@ -114,12 +127,14 @@ ReturnCode CmdCount(int) {
     if (ReturnCode rc = parse_skeleton()) return rc;
     int64_t n = std::max<int64_t>(0, int64_t(skeleton.last) - skeleton.first + 1);
     if (skeleton.if_given) {
-        n = 0;
-        const ReturnCode rc = for_each_block(kBlockObs, [&n](BlockMachine*, const RowBlock& block) {
-            n += block.n_marked;
+        RowCount count;
+        const auto add = [](const RowWorker&, const RowBlock& block, RowCount* total) {
+            total->n += block.n_marked;
             return 0;
-        });
-        if (rc) return rc;
+        };
+        const auto use = LoopUse::Condition;
+        if (ReturnCode rc = for_each_block(use, kBlockObs, &count, add)) return rc;
+        n = count.n;
     }
     ClearResults();
     if (ReturnCode rc = SetResultNumber("N", double(n))) return rc;
@@ -131,18 +146,18 @@ ReturnCode CmdCount(int) {
 // assert exp [if] [in] [, rc0 null fast]
 ReturnCode CmdAssert(int) {
     if (ReturnCode rc = parse_assertion()) return rc;
-    int64_t tested = 0, n_false = 0;
-    if (ReturnCode rc = test_range(&tested, &n_false)) return rc;
+    Tests tests;
+    if (ReturnCode rc = test_range(&tests)) return rc;
     if (by_state.active) {
-        assertion.n_tested += tested > 0;
-        assertion.n_false += n_false > 0;
-        const bool ends = by_state.last_group || (assertion.fast && n_false > 0);
+        assertion.n_tested += tests.n > 0;
+        assertion.n_false += tests.n_false > 0;
+        const bool ends = by_state.last_group || (assertion.fast && tests.n_false > 0);
         if (!ends || assertion.reported) return 0;
         assertion.reported = true;
         return judge_assertion();
     }
-    assertion.n_tested = tested;
-    assertion.n_false = n_false;
+    assertion.n_tested = tests.n;
+    assertion.n_false = tests.n_false;
     return judge_assertion();
 }
 

@@ -9,8 +9,10 @@
 #include <cstring>
 
 #include "core/missing.h"
+#include "core/print.h"
 #include "core/return_codes.h"
 #include "core/scanner.h"
+#include "core/session.h"
 #include "data/dataset.h"
 #include "data/expression_machine.h"
 #include "data/expression_text.h"
@@ -23,6 +25,8 @@ ExpressionRecord scratch_expression;
 ExpressionPools expression_pools;
 
 namespace {
+
+constexpr ReturnCode kNotAvailable = 199;
 
 std::string evaluated_text;  // the cleaned text of an evaluation; keeps its room
 
@@ -44,6 +48,11 @@ ReturnCode evaluate(ExpressionMode mode, ExpressionValue* value) {
     ExpressionRecord* record = &scratch_expression;
     const PoolGuard pools;
     if (ReturnCode rc = compile(evaluated_text, record, mode)) return rc;
+    if (record->has_matrices) {
+        const LevelGuard level(kLevelError);
+        out_error("matrix expressions are not available yet\n");
+        return kNotAvailable;
+    }
     record->first = record->group_first = 1;
     record->last = record->group_last = dataset.nobs;
     run_block(&engine_machine, record, 1, 1, nullptr, 1);
@@ -96,18 +105,15 @@ void eval_block(ExpressionRecord* record, int obs, int n, double* out) {
 }
 
 ReturnCode EvaluateText(std::string_view text, ExpressionMode mode, ExpressionValue* value) {
-    const bool matrix_mode = mode == ExpressionMode::Matrix ||
-                             mode == ExpressionMode::NumberOrMatrix;
     size_t used = 0;
-    if (ReturnCode rc = clean_expression(text, matrix_mode, &evaluated_text, &used)) return rc;
+    if (ReturnCode rc = clean_expression(text, is_matrix_mode(mode), &evaluated_text, &used))
+        return rc;
     if (used < text.size()) return ReportInvalidSyntax();
     return evaluate(mode, value);
 }
 
 ReturnCode EvaluateScanned(ExpressionMode mode, ExpressionValue* value) {
-    const bool matrix_mode = mode == ExpressionMode::Matrix ||
-                             mode == ExpressionMode::NumberOrMatrix;
-    if (ReturnCode rc = collect_expression(&evaluated_text, matrix_mode)) return rc;
+    if (ReturnCode rc = collect_expression(&evaluated_text, is_matrix_mode(mode))) return rc;
     return evaluate(mode, value);
 }
 

@@ -40,7 +40,12 @@ extern ExpressionRecord scratch_expression;
 // kept. The scanner stands behind it. 132 with words for unbalanced parentheses or quotes.
 ReturnCode collect_expression(std::string* text, bool matrix_mode);
 
-// Compiles cleaned or raw text. 109, 111, 130, 132, 133, 198, 303, 509 with their words; the record
+inline bool is_matrix_mode(ExpressionMode mode) {
+    return mode == ExpressionMode::Matrix || mode == ExpressionMode::NumberOrMatrix;
+}
+
+// Compiles cleaned or raw text. A program with matrix operations, which only the matrix modes give,
+// cannot be run yet. 109, 111, 130, 132, 133, 198, 303, 509 with their words; the record
 // is then empty.
 ReturnCode compile(std::string_view text, ExpressionRecord* record, ExpressionMode mode);
 

@@ -36,7 +36,6 @@ namespace {
 constexpr int kMaxDepth = 500;   // nested calls, subscripts and brackets that join something
 constexpr int kMaxLiteral = 25;  // bytes; a longer range is no number
 constexpr int kShortText = 512;  // bytes whose brackets are matched on the stack
-constexpr ReturnCode kNotAvailable = 199;
 
 constexpr bool is_digit(char c) {
     return c >= '0' && c <= '9';
@@ -77,7 +76,36 @@ BinaryOperator binary_operator(const char* p, int left) {
     default: return {};
     }
 }
-constexpr int kBinaryLevels = 13;
+constexpr int kBinaryLevels = 16;  // with those of matrices
+
+// The same in matrix mode, which has three more: # binds tightest, and what joins binds loosest.
+BinaryOperator matrix_operator(const char* p, int left, bool joins) {
+    if (*p == '#') return {OP_M_KRONECKER, 0, 14, 1};
+    if (joins && *p == ',') return {OP_M_COLUMNS, 0, -1, 1};
+    if (joins && *p == '\\') return {OP_M_ROWS, 0, -2, 1};
+    return binary_operator(p, left);
+}
+
+// The operator's code for matrices; 0: it has none.
+int matrix_code(const BinaryOperator& op) {
+    switch (op.code) {
+    case OP_ADD: return OP_M_ADD;
+    case OP_SUB: return OP_M_SUB;
+    case OP_MUL: return OP_M_MUL;
+    case OP_DIV: return OP_M_DIV;
+    default: return 0;
+    }
+}
+
+bool only_matrices(const BinaryOperator& op) {
+    return op.code == OP_M_KRONECKER || op.code == OP_M_COLUMNS || op.code == OP_M_ROWS;
+}
+
+// An operator that waits for its right operand, whose program begins at right_at.
+struct WaitingOperator {
+    BinaryOperator op;
+    int right_at;
+};
 
 }  // namespace
 
@@ -102,12 +130,14 @@ void Compiler::fail_words(ReturnCode code, const std::string& words) {
 void Compiler::push_type(char type) {
     if (n_types >= kMaxNumbers) fail_reported(130);
     if (type == 'S' && ++n_texts > kMaxTexts) fail_reported(130);
+    if (type == 'M' && ++n_matrices > kMaxMatrices) fail_reported(130);
     types[n_types++] = type;
 }
 
 void Compiler::pop_type(char type) {
     if (n_types == 0 || types[n_types - 1] != type) fail_reported(109);
     if (type == 'S') n_texts--;
+    if (type == 'M') n_matrices--;
     n_types--;
 }
 
@@ -128,6 +158,7 @@ void Compiler::emit(int code, int count) {
         }
     }
     push_type(row.pushes);
+    if (row.pushes == 'M' || strchr(row.pops, 'M')) record->has_matrices = 1;
     if (row.shares & kSharesORDER) record->order_free = 0;
     if (row.shares & kSharesTHREAD) record->thread_safe = 0;
     word(code);
@@ -138,6 +169,19 @@ void Compiler::emit_binary(int code, int text_code) {
     if (!both_texts) return emit(code);
     if (text_code == 0) fail_reported(109);
     emit(text_code);
+}
+
+void Compiler::emit_matrices(int code, int right_at) {
+    if (types[n_types - 2] == 'N') {
+        word(0);
+        int16_t* at = record->code + right_at;
+        memmove(at + 1, at, size_t(record->last_code - right_at) * sizeof *at);
+        *at = OP_M_PROMOTE;
+        types[n_types - 2] = 'M';
+        if (++n_matrices > kMaxMatrices) fail_reported(130);
+    }
+    if (top_type() == 'N') emit(OP_M_PROMOTE);
+    emit(code);
 }
 
 void Compiler::number(double value) {
@@ -153,7 +197,7 @@ void Compiler::number(double value) {
     word(i);
 }
 
-void Compiler::constant_text(std::string_view value) {
+int Compiler::pool_text(std::string_view value) {
     ExpressionPools& pools = expression_pools;
     value = value.substr(0, size_t(kMaxStringBytes));
     value = value.substr(0, value.find('\0'));
@@ -167,6 +211,11 @@ void Compiler::constant_text(std::string_view value) {
         pools.texts[at + int(value.size())] = 0;
         pools.text_bytes += int(value.size()) + 1;
     }
+    return at;
+}
+
+void Compiler::constant_text(std::string_view value) {
+    const int at = pool_text(value);
     emit(OP_TEXT);
     word(at);
 }
@@ -179,29 +228,37 @@ void Compiler::variable(int32_t var) {
 // --- ranges and operands ---
 
 // Compiles text[begin, end).
-void Compiler::range(int begin, int end) {
+void Compiler::range(int begin, int end, bool joins) {
     if (++depth > kMaxDepth) fail_reported(130);
-    while (begin < end && text[begin] == '(' && match[begin] == end - 1) begin++, end--;
+    while (begin < end && text[begin] == '(' && match[begin] == end - 1) {
+        begin++, end--;
+        joins = true;
+    }
     if (begin >= end) fail_syntax();
-    BinaryOperator waiting[kBinaryLevels];
+    WaitingOperator waiting[kBinaryLevels];
     int n_waiting = 0;
+    const auto emit_waiting = [&] {
+        const auto& [op, right_at] = waiting[--n_waiting];
+        const bool has_matrix = matrix_mode && (top_type() == 'M' || types[n_types - 2] == 'M');
+        if (only_matrices(op)) return emit_matrices(op.code, right_at);
+        if (has_matrix && matrix_code(op)) return emit_matrices(matrix_code(op), right_at);
+        emit_binary(op.code, op.text_code);
+    };
     int at = chain(begin, end);
     while (at < end) {
-        const BinaryOperator op = binary_operator(text + at, end - at);
+        const BinaryOperator op = matrix_mode ? matrix_operator(text + at, end - at, joins)
+                                              : binary_operator(text + at, end - at);
         if (op.level == 0) fail_misplaced(at);
-        while (n_waiting > 0 && waiting[n_waiting - 1].level >= op.level) {
-            n_waiting--;
-            emit_binary(waiting[n_waiting].code, waiting[n_waiting].text_code);
-        }
-        waiting[n_waiting++] = op;
+        while (n_waiting > 0 && waiting[n_waiting - 1].op.level >= op.level) emit_waiting();
+        waiting[n_waiting++] = {op, record->last_code + 1};
         at = chain(at + op.length, end);
     }
-    while (n_waiting-- > 0) emit_binary(waiting[n_waiting].code, waiting[n_waiting].text_code);
+    while (n_waiting > 0) emit_waiting();
     depth--;
 }
 
 void Compiler::fail_misplaced(int at) {
-    if (strchr("#\\'", text[at]) && text[at]) fail_reported(509);
+    if (!matrix_mode && strchr("#\\'", text[at]) && text[at]) fail_reported(509);
     fail_syntax();
 }
 
@@ -215,7 +272,8 @@ int Compiler::prefixes_end(int at, int end) const {
 }
 
 void Compiler::apply_prefixes(int begin, int end) {
-    for (int i = end - 1; i >= begin; i--) emit(text[i] == '-' ? OP_NEGATE : OP_NOT);
+    const int negate = top_type() == 'M' ? OP_M_NEGATE : OP_NEGATE;
+    for (int i = end - 1; i >= begin; i--) emit(text[i] == '-' ? negate : OP_NOT);
 }
 
 // Compiles the operands that ^ joins from `begin` on, with what stands in front of them;
@@ -296,14 +354,16 @@ int Compiler::operand(int begin, int end) {
         fail_syntax();
     }
     compile_operand(begin, stop);
-    return stop;
+    at = stop;
+    while (matrix_mode && at < end && text[at] == '\'') emit(OP_M_TRANSPOSE), at++;
+    return at;
 }
 
 void Compiler::compile_operand(int begin, int end) {
     const char c = text[begin];
     if (c == '(') {
         if (match[begin] != end - 1) fail_syntax();
-        return range(begin + 1, end - 1);
+        return range(begin + 1, end - 1, true);
     }
     if (c == '"' || is_compound(view(begin, end), 0)) return quoted(begin, end);
     double value;
@@ -365,8 +425,8 @@ ReturnCode match_brackets(std::string_view text, int32_t* match) {
 
 bool type_fits(char type, ExpressionMode mode) {
     switch (mode) {
-    case ExpressionMode::Number:
-    case ExpressionMode::NumberOrMatrix: return type == 'N';
+    case ExpressionMode::Number: return type == 'N';
+    case ExpressionMode::NumberOrMatrix: return type == 'N' || type == 'M';
     case ExpressionMode::String: return type == 'S';
     case ExpressionMode::Either: return type == 'N' || type == 'S';
     case ExpressionMode::Matrix: return type == 'M';
@@ -395,12 +455,12 @@ ReturnCode compile_clean(std::string_view text, int32_t* match, ExpressionRecord
     c.text = text.data();
     c.match = match;
     c.record = record;
-    c.matrix_mode = mode == ExpressionMode::NumberOrMatrix;
+    c.matrix_mode = is_matrix_mode(mode);
     c.signs_bind_tighter = session.version < 500;
     try {
         c.range(0, int(text.size()));
         if (!type_fits(c.top_type(), mode)) Compiler::fail_reported(109);
-        record->result_type = c.top_type() == 'S' ? 1 : 0;
+        record->result_type = c.top_type() == 'S' ? 1 : c.top_type() == 'M' ? 4 : 0;
         return 0;
     } catch (const CompileFailure& failure) {
         empty_record(record);
@@ -414,18 +474,11 @@ ReturnCode compile_clean(std::string_view text, int32_t* match, ExpressionRecord
 
 ReturnCode compile(std::string_view text, ExpressionRecord* record, ExpressionMode mode) {
     empty_record(record);
-    if (mode == ExpressionMode::Matrix) {
-        const LevelGuard level(kLevelError);
-        out_error("matrix expressions are not available yet\n");
-        return kNotAvailable;
-    }
     std::string cleaned;
     if (has_blanks(text)) {
         size_t used = 0;
-        if (ReturnCode rc = clean_expression(text, mode == ExpressionMode::NumberOrMatrix, &cleaned,
-                                             &used)) {
+        if (ReturnCode rc = clean_expression(text, is_matrix_mode(mode), &cleaned, &used))
             return rc;
-        }
         if (used < text.size()) return ReportInvalidSyntax();
         text = cleaned;
     }

@@ -30,6 +30,7 @@ struct Compiler {
     int depth = 0;                  // ranges inside ranges
     int n_types = 0;                // operands on the stack
     int n_texts = 0;                // of them strings
+    int n_matrices = 0;             // of them matrices
     int n_separators = 0;           // in use
     char types[kMaxNumbers];        // N, S, M for each operand on the stack
     int32_t separators[kMaxCodes];  // commas of the calls being compiled
@@ -62,13 +63,18 @@ struct Compiler {
     void emit(int code, int count = 0);
     // The first code, or for two strings the second; 0: there is none, 109.
     void emit_binary(int code, int text_code);
+    // The code for two matrices; a number among them becomes one first. The program of the right
+    // operand begins at `right_at`.
+    void emit_matrices(int code, int right_at);
     void number(double value);
     void constant_text(std::string_view value);
+    int pool_text(std::string_view value);  // its place in the text pool
     void variable(int32_t var);
 
     // --- ranges and operands (data/expression_compile.cpp) ---
 
-    void range(int begin, int end);
+    // In matrix mode \ and , join what stands in parentheses: `joins`.
+    void range(int begin, int end, bool joins = false);
     // The operands that ^ joins from `begin` on, with what stands in front of them; returns the
     // place behind. operand() does the same for one.
     int chain(int begin, int end);
@@ -88,6 +94,8 @@ struct Compiler {
     bool scalar_value(std::string_view name);  // false: there is no scalar of the name
     [[noreturn]] void fail_not_found(std::string_view name);
     void element(std::string_view name, int begin, int end);
+    void matrix_cell(std::string_view name, int begin, int end);
+    void named_matrix(int code, std::string_view name);
     void coefficient(int begin, int end);
     int skip(int at) const;
     Arguments split(int begin, int end);

@@ -182,6 +182,8 @@ void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, con
     m->depth = 0;
     m->text_depth = 0;
     m->n_columns = 0;
+    m->uniform_calls = 0;
+    m->old_uniform_calls = 0;
     m->one_missing = session.version < 800;
     if (m->overflowed) memset(m->overflow, 0, sizeof m->overflow);
     m->overflowed = false;
@@ -275,13 +277,14 @@ bool program_reads_elsewhere(const ExpressionRecord& record, int var) {
     return program_has(record, var, true);
 }
 
-bool program_uses(const ExpressionRecord& record, int opcode) {
+int program_uses(const ExpressionRecord& record, int opcode) {
+    int n = 0;
     for (int i = 0; i <= record.last_code; i++) {
         const int code = record.code[i];
-        if (code == opcode) return true;
+        n += code == opcode;
         if (code >= 1 && code < kOpcodes) i += kOpcodeRows[size_t(code)].operands;
     }
-    return false;
+    return n;
 }
 
 // --- Operands ---
@@ -344,6 +347,26 @@ void op_CONS(BlockMachine* m, const int16_t*) {
 
 void op_RC(BlockMachine* m, const int16_t*) {
     push_constant(m, session.CaptureCode);
+}
+
+// A program of several calls draws all of a lane's numbers before those of the next lane, as single
+// runs would: each call goes through the draws of all, from where the run began, and keeps its own.
+void op_UNIFORM(BlockMachine* m, const int16_t*) {
+    const int call = m->uniform_calls++;
+    if (call == 0) m->uniform_start = random_state.uniform;
+    random_state.uniform = m->uniform_start;
+    const int calls = program_uses(*m->record, OP_UNIFORM);
+    draw_uniform(&random_state.uniform, m->n, calls, call, m->own[m->depth]);
+    set_result(m, m->depth++, false);
+}
+
+void op_UNIFORM0(BlockMachine* m, const int16_t*) {
+    const int call = m->old_uniform_calls++;
+    if (call == 0) m->old_uniform_start = random_state.old_word;
+    random_state.old_word = m->old_uniform_start;
+    const int calls = program_uses(*m->record, OP_UNIFORM0);
+    draw_old_uniform(&random_state.old_word, m->n, calls, call, m->own[m->depth]);
+    set_result(m, m->depth++, false);
 }
 
 // The position of the byable program that by runs; without one, that of a single group of all data.

@@ -5,12 +5,16 @@
 
 #include <array>
 #include <cstring>
+#include <memory>
 
 #include "data/row_loop.h"
 
 namespace korva {
 
 namespace {
+
+// Machines of the threads but the first, kept from the first fork on.
+std::vector<std::unique_ptr<BlockMachine>> thread_machines;
 
 // Eight 16-bit places in two words, the bits of the index in front, lowest first.
 using PlaceRow = std::array<uint64_t, 2>;
@@ -45,6 +49,38 @@ int list_places(const uint8_t* marks, int n, uint16_t* places) {
 }
 
 }  // namespace
+
+int block_size_for(int var) {
+    // Draws and the like of the `if` and of the expression take turns from one observation to the
+    // next.
+    const auto keeps_state = [](const ExpressionRecord& r) {
+        return !r.order_free && !r.thread_safe;
+    };
+    if (skeleton.if_given && keeps_state(main_expression) && keeps_state(if_expression)) return 1;
+    if (var == 0) return kBlockObs;
+    // Where an expression reads the variable at other observations, each must be finished before
+    // the next one is worked on.
+    const bool reads_back = program_reads_elsewhere(main_expression, var) ||
+                            (skeleton.if_given && program_reads_elsewhere(if_expression, var));
+    return reads_back ? 1 : kBlockObs;
+}
+
+int loop_threads(int64_t n, bool main) {
+    const auto allows = [](const ExpressionRecord& r) { return r.order_free && r.thread_safe; };
+    if (main && !allows(main_expression)) return 1;
+    if (skeleton.if_given && !allows(if_expression)) return 1;
+    const int threads = ForkThreads(n, session.procs);
+    while (int(thread_machines.size()) < threads - 1) {
+        BlockMachine* machine = new (std::nothrow) BlockMachine();
+        if (!machine) return 1;
+        thread_machines.emplace_back(machine);
+    }
+    return threads;
+}
+
+BlockMachine* thread_machine(int thread) {
+    return thread == 0 ? &engine_machine : thread_machines[size_t(thread - 1)].get();
+}
 
 void mark_block(BlockMachine* m, ExpressionRecord* condition, int obs, int n, RowBlock* block) {
     block->obs = obs;

@@ -14,6 +14,7 @@
 #include "core/types.h"
 #include "data/expression.h"
 #include "data/expression_opcodes.h"
+#include "data/random.h"
 
 // Lanes do not depend on each other, and an operand that shares its bytes with the result does so
 // lane for lane.
@@ -74,6 +75,10 @@ struct BlockMachine {
     int text_depth;         // string operands on the stack
     bool one_missing;       // all missing values compare equal: version below 8
     bool overflowed;        // a lane of `overflow` is set
+    int uniform_calls;      // of uniform() in this run so far, and of uniform0()
+    int old_uniform_calls;
+    UniformState uniform_start;  // the generators as the run found them
+    uint32_t old_uniform_start;
     int n_columns;
     int16_t column_var[kColumns];
     uint8_t overflow[kBlockObs];
@@ -119,8 +124,8 @@ void set_run_range(ExpressionRecord* record, bool restart);
 bool program_reads(const ExpressionRecord& record, int var);
 bool program_reads_elsewhere(const ExpressionRecord& record, int var);
 
-// True if the instruction, an OP_ number, stands in the program.
-bool program_uses(const ExpressionRecord& record, int opcode);
+// How often the instruction, an OP_ number, stands in the program.
+int program_uses(const ExpressionRecord& record, int opcode);
 
 // Observation of a lane.
 inline int lane_obs(const BlockMachine* m, int lane) {

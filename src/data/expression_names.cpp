@@ -70,7 +70,10 @@ void Compiler::plain_name(std::string_view name) {
     if (name[0] == '_' && special_name(name)) return;
     if (name.find('.') != std::string_view::npos && is_letter(name[0])) fail_reported(6101);
     if (const int32_t var = look_up_variable(name)) return variable(var);
-    if (StoreFind(name, kKindMatrix)) fail_reported(509);
+    if (StoreFind(name, kKindMatrix)) {
+        if (!matrix_mode) fail_reported(509);
+        return named_matrix(OP_MATRIX, name);
+    }
     if (scalar_value(name)) return;
     fail_not_found(name);
 }
@@ -129,9 +132,7 @@ void Compiler::element(std::string_view name, int begin, int end) {
     }
     const int32_t var = look_up_variable(name);
     if (!var) {
-        if (StoreFind(name, kKindMatrix)) {
-            fail_words(kNotAvailable, "elements of matrices are not available yet\n");
-        }
+        if (StoreFind(name, kKindMatrix)) return matrix_cell(name, begin, end);
         fail_not_found(name);
     }
     range(begin, end);
@@ -139,8 +140,38 @@ void Compiler::element(std::string_view name, int begin, int end) {
     word(var);
 }
 
-// _b[x], _se[x], [eq]_b[x]: no estimation results are kept yet, so none is found.
+// m[row, column]: numbers, or names in quotes that the run looks up.
+void Compiler::matrix_cell(std::string_view name, int begin, int end) {
+    if (!matrix_mode) fail_words(kNotAvailable, "elements of matrices are not available yet\n");
+    const Arguments a = split(begin, end);
+    if (a.count != 2) fail_syntax();
+    arguments(a);
+    for (int i = 0; i < 2; i++) pop_type(top_type() == 'S' ? 'S' : 'N');
+    record->has_matrices = 1;
+    named_matrix(OP_MATRIX_CELL, name);
+}
+
+// The instruction, whose operand is the place of the name in the text pool.
+void Compiler::named_matrix(int code, std::string_view name) {
+    const int at = pool_text(name);
+    emit(code);
+    word(at);
+}
+
+// _b[x], _coef[x], _se[x], [eq]_b[x], ...: no estimation results are kept yet, so none is found.
 void Compiler::coefficient(int begin, int end) {
+    int at = begin;
+    if (text[at] == '[') {
+        if (match[at] == at + 1) fail_syntax();
+        at = match[at] + 1;
+    }
+    int bracket = at;
+    while (bracket < end && text[bracket] != '[') bracket++;
+    const std::string_view name = view(at, bracket);
+    const bool known = name == "_b" || name == "_coef" || name == "_se";
+    if (!known || bracket == end || match[bracket] != end - 1 || bracket + 1 == end - 1) {
+        fail_syntax();
+    }
     fail(ReportNotFound(view(begin, end)));
 }
 
@@ -190,7 +221,9 @@ void Compiler::function(std::string_view name, int begin, int end) {
     }
     if (row->kind == FunctionKind::InMatrixMode && !matrix_mode) fail_reported(509);
     if (row->kind == FunctionKind::Alone) return routine(*row, begin, end);
-    if (!kOpcodeRows[size_t(row->opcode)].available) fail_unavailable(name);
+    const OpcodeRow& operation = kOpcodeRows[size_t(row->opcode)];
+    const bool has_matrix = operation.pushes == 'M' || strchr(operation.pops, 'M');
+    if (!operation.available && !(matrix_mode && has_matrix)) fail_unavailable(name);
     if (row->max_arguments == 1 && begin < end) {
         range(begin, end);
         emit(row->opcode, 1);
@@ -219,6 +252,9 @@ void Compiler::routine(const FunctionRow& row, int begin, int end) {
     case FunctionRoutine::Caller:
         if (begin != end) fail_syntax();
         return number(session.callerVersion / 100.0);
+    case FunctionRoutine::Uniform:
+        if (begin != end) fail_syntax();
+        return emit(session.version < 320 ? OP_UNIFORM0 : OP_UNIFORM);
     case FunctionRoutine::Limit: return limit(row.name, begin, end);
     default: fail_unavailable(row.name);
     }
@@ -307,7 +343,12 @@ void Compiler::stored_result(std::string_view family_name, int begin, int end) {
     switch (value.kind) {
     case ResultKind::Number: return number(value.number);
     case ResultKind::Text: return constant_text(value.text);
-    case ResultKind::Matrix: fail_reported(509);
+    case ResultKind::Matrix:
+        if (!matrix_mode) fail_reported(509);
+        return named_matrix(family == ResultFamily::E   ? OP_E_MATRIX
+                            : family == ResultFamily::S ? OP_S_MATRIX
+                                                        : OP_R_MATRIX,
+                            name);
     case ResultKind::None: break;
     }
     if (!IsValidName(name)) fail_syntax();

@@ -30,6 +30,7 @@ enum class FunctionRoutine : uint8_t {
     SystemValue,
     Caller,
     Limit,
+    Uniform,
     Later,  // known by name, not built yet
 };
 

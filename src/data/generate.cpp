@@ -108,39 +108,43 @@ StoredRange stored_range(StorageType type) {
     }
 }
 
-ReturnCode make_numbers(BlockMachine* m, const RowBlock& block) {
+ReturnCode make_numbers(const RowWorker& worker, const RowBlock& block, RowCount* missing) {
     alignas(64) double lanes[kBlockObs];
     alignas(64) double whole[kBlockObs];
     if (block.n_marked > 0) {
-        run_marked(m, block);
-        block_numbers(m, lanes);
+        run_marked(worker, block);
+        block_numbers(worker.machine, lanes);
     }
     const double* values = spread_lanes(block, lanes, kSysMissing, whole);
     int64_t present = 0;  // as wide as a value, so that the loop vectorises
     const StoredRange range = stored_range(dataset.types[making.var - 1]);
     for (int i = 0; i < block.n; i++) present += (values[i] > range.low) & (values[i] < range.high);
-    making.n_missing += block.n - present;
+    missing->n += block.n - present;
     scatter(making.var, block.obs, block.n, values);
     return 0;
 }
 
-ReturnCode make_texts(BlockMachine* m, const RowBlock& block) {
+ReturnCode make_texts(const RowWorker& worker, const RowBlock& block, RowCount* missing) {
+    BlockMachine* m = worker.machine;
     TextLane whole[kBlockObs];
     const TextLane* lanes = nullptr;
     if (block.n_marked > 0) {
-        run_marked(m, block);
+        run_marked(worker, block);
         lanes = block_texts(m);
     }
     int longest = 1;
     for (int i = 0; i < block.n_marked; i++) longest = std::max(longest, lanes[i].length);
     longest = std::min(longest, kMaxStringBytes);
     if (making.grows && longest > type_width(dataset.types[making.var - 1])) {
+        if (worker.beside_others) return kNotBesideOthers;
         keep_block_texts(m);
-        const int64_t written = making.reads_itself ? range_last() : int64_t(block.obs) - 1;
-        if (ReturnCode rc = widen(longest, written)) return rc;
+        const bool all_written = making.reads_itself || worker.after_others;
+        if (ReturnCode rc = widen(longest, all_written ? range_last() : int64_t(block.obs) - 1)) {
+            return rc;
+        }
     }
     const TextLane* values = spread_lanes(block, lanes, TextLane{"", 0}, whole);
-    for (int i = 0; i < block.n; i++) making.n_missing += values[i].length == 0;
+    for (int i = 0; i < block.n; i++) missing->n += values[i].length == 0;
     store_texts(m, making.var, block.obs, block.n, values);
     return 0;
 }
@@ -150,7 +154,9 @@ ReturnCode make_group() {
     const bool is_text = type_is_string(dataset.types[making.var - 1]);
     const int size = block_size_for(making.var);
     const auto make = is_text ? make_texts : make_numbers;
-    if (ReturnCode rc = for_each_block(size, make)) return rc;
+    RowCount missing;
+    if (ReturnCode rc = for_each_block(LoopUse::Both, size, &missing, make)) return rc;
+    making.n_missing += missing.n;
     if (!skeleton.in_given) return 0;
     clear_cells(1, skeleton.first - 1);
     clear_cells(int64_t(skeleton.last) + 1, dataset.nobs);

@@ -27,15 +27,25 @@ namespace korva {
 
 namespace {
 
+struct Changes {
+    int64_t n = 0;
+    int64_t n_to_missing = 0;    // of those, now missing
+    int64_t n_truncated = 0;     // stored as another number, for want of promotion
+    int64_t n_made_missing = 0;  // stored as missing, for want of promotion
+    void add(const Changes& other) {
+        n += other.n;
+        n_to_missing += other.n_to_missing;
+        n_truncated += other.n_truncated;
+        n_made_missing += other.n_made_missing;
+    }
+};
+
 struct Replacement {
     int32_t var = 0;
     bool promote = true;
     StorageType old_type = 0;
-    int64_t n_changed = 0;
-    int64_t n_to_missing = 0;    // of those, now missing
-    int64_t n_truncated = 0;     // stored as another number, for want of promotion
-    int64_t n_made_missing = 0;  // stored as missing, for want of promotion
-    uint8_t* column = nullptr;   // the cells as they were; owned; null where no recast can fail
+    Changes total;
+    uint8_t* column = nullptr;  // the cells as they were; owned; null where no recast can fail
 };
 Replacement replacing;
 
@@ -108,7 +118,7 @@ void restore_column() {
         }
     }
     if (!same_type) recast_variable(var, replacing.old_type);
-    replacing.n_changed = 0;
+    replacing.total = Changes{};
 }
 
 ReturnCode promote_to(StorageType type) {
@@ -144,7 +154,7 @@ void write_new(const RowBlock& block, const double* values) {
 }
 
 // Writes the lanes whose value differs from the old one, which the type holds as they are.
-void write_changed(const RowBlock& block, BlockValues* v) {
+void write_changed(const RowBlock& block, BlockValues* v, Changes* changes) {
     int n = 0, to_missing = 0;
     for (int i = 0; i < block.n_marked; i++) {
         const double value = v->new_values[i];
@@ -159,21 +169,21 @@ void write_changed(const RowBlock& block, BlockValues* v) {
     } else {
         scatter_at(replacing.var, block.obs, v->places, n, v->stored);
     }
-    replacing.n_changed += n;
-    replacing.n_to_missing += to_missing;
+    changes->n += n;
+    changes->n_to_missing += to_missing;
 }
 
 // Writes all lanes, and counts by what can be read back.
-void write_and_compare(const RowBlock& block, BlockValues* v) {
+void write_and_compare(const RowBlock& block, BlockValues* v, Changes* changes) {
     write_new(block, v->new_values);
     read_old(block, v->stored);
     const bool counts_losses = is_integer(type_now());
     for (int i = 0; i < block.n_marked; i++) {
         const bool changed = v->stored[i] != v->old_values[i];
-        replacing.n_changed += changed;
-        replacing.n_to_missing += changed && v->stored[i] >= kSysMissing;
+        changes->n += changed;
+        changes->n_to_missing += changed && v->stored[i] >= kSysMissing;
         if (!counts_losses || v->stored[i] == v->new_values[i]) continue;
-        (is_missing(v->stored[i]) ? replacing.n_made_missing : replacing.n_truncated)++;
+        (is_missing(v->stored[i]) ? changes->n_made_missing : changes->n_truncated)++;
     }
 }
 
@@ -186,35 +196,40 @@ StorageType type_after(const RowBlock& block, const BlockValues& v) {
     return type;
 }
 
-ReturnCode replace_numbers(BlockMachine* m, const RowBlock& block) {
+// A block beside others that needs no other type may go ahead of one that does: what an integer
+// type holds, every type that it may become holds as well.
+ReturnCode replace_numbers(const RowWorker& worker, const RowBlock& block, Changes* changes) {
     if (block.n_marked == 0) return 0;
     BlockValues v;
-    run_marked(m, block);
-    block_numbers(m, v.new_values);
+    run_marked(worker, block);
+    block_numbers(worker.machine, v.new_values);
     read_old(block, v.old_values);
     if (replacing.promote && is_integer(type_now())) {
         const StorageType type = type_after(block, v);
         if (type != type_now()) {
+            if (worker.beside_others) return kNotBesideOthers;
             if (ReturnCode rc = promote_to(type)) return rc;
         }
     }
     const StorageType type = current_form(type_now());
     if (type == kDouble || (replacing.promote && is_integer(type))) {
-        write_changed(block, &v);
+        write_changed(block, &v, changes);
     } else {
-        write_and_compare(block, &v);
+        write_and_compare(block, &v, changes);
     }
     return 0;
 }
 
-ReturnCode replace_texts(BlockMachine* m, const RowBlock& block) {
+ReturnCode replace_texts(const RowWorker& worker, const RowBlock& block, Changes* changes) {
     if (block.n_marked == 0) return 0;
-    run_marked(m, block);
+    BlockMachine* m = worker.machine;
+    run_marked(worker, block);
     const TextLane* lanes = block_texts(m);
     int longest = 0;
     for (int i = 0; i < block.n_marked; i++) longest = std::max(longest, lanes[i].length);
     longest = std::min(longest, kMaxStringBytes);
     if (replacing.promote && longest > type_now()) {
+        if (worker.beside_others) return kNotBesideOthers;
         keep_block_texts(m);
         if (ReturnCode rc = promote_to(StorageType(longest))) return rc;
     }
@@ -225,7 +240,7 @@ ReturnCode replace_texts(BlockMachine* m, const RowBlock& block) {
         const char* cell = reinterpret_cast<const char*>(rawcell(replacing.var, obs));
         if (text.view() == std::string_view(cell, size_t(short_length(cell, width)))) continue;
         store_texts(m, replacing.var, obs, 1, &text);
-        replacing.n_changed++;
+        changes->n++;
     }
     return 0;
 }
@@ -243,18 +258,18 @@ void report_loss(int64_t n, const char* what) {
 void report_changes() {
     const LevelGuard level(kLevelText);
     if (!OutputShows()) return;
+    const Changes& total = replacing.total;
     if (type_now() != replacing.old_type) {
         out_textf("%s was %s now %s\n", dataset.names[replacing.var - 1],
                   type_name(replacing.old_type).c_str(), type_name(type_now()).c_str());
     }
-    out_textf("(%lld real change%s made", static_cast<long long>(replacing.n_changed),
-              plural(replacing.n_changed));
-    if (replacing.n_to_missing > 0) {
-        out_textf(", %lld to missing", static_cast<long long>(replacing.n_to_missing));
+    out_textf("(%lld real change%s made", static_cast<long long>(total.n), plural(total.n));
+    if (total.n_to_missing > 0) {
+        out_textf(", %lld to missing", static_cast<long long>(total.n_to_missing));
     }
     out_text(")\n");
-    report_loss(replacing.n_truncated, "truncated");
-    report_loss(replacing.n_made_missing, "changed to missing");
+    report_loss(total.n_truncated, "truncated");
+    report_loss(total.n_made_missing, "changed to missing");
 }
 
 ReturnCode start_replacement() {
@@ -273,7 +288,7 @@ ReturnCode start_replacement() {
 
 // What a change of cells means for the dataset, also after a break.
 void note_changes() {
-    if (replacing.n_changed == 0) return;
+    if (replacing.total.n == 0) return;
     forget_sort_from(replacing.var);
     note_change(replacing.var);
 }
@@ -292,7 +307,10 @@ ReturnCode CmdReplace(int) {
         if (ReturnCode rc = start_replacement()) return rc;
     }
     const auto work = type_is_string(replacing.old_type) ? replace_texts : replace_numbers;
-    const ReturnCode rc = for_each_block(block_size_for(replacing.var), work);
+    Changes changes;
+    const int size = block_size_for(replacing.var);
+    const ReturnCode rc = for_each_block(LoopUse::Both, size, &changes, work);
+    if (!rc || rc == kBreak) replacing.total.add(changes);  // else restored
     note_changes();
     const bool more_groups = by_state.active && !by_state.last_group;
     if (rc || !more_groups) forget_column();

@@ -1,16 +1,22 @@
 // data/row_loop.h - the one loop over observations under generate, replace, count and assert.
 //
 // The range is cut into blocks; for each the `if` is run and the places where it holds are listed,
-// then the body works on the block. All that a body changes are cells of its own block and its own
-// totals, so that the loop may be cut into chunks of blocks that run side by side: a chunk then
-// needs a machine and copies of the records of its own.
+// then the body works on the block. All that a body changes are cells of its own block and its
+// totals, so a long range whose expressions allow it is cut into chunks of blocks that run side by
+// side, each with a machine, records and totals of its own; the totals are added at the end.
+//
+// What a block needs beyond that, such as another storage type, waits: a body beside others returns
+// kNotBesideOthers and leaves its block alone. The rest of that chunk is done when the others have
+// ended, chunk by chunk in the order of the observations.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "core/poll.h"
 #include "core/session.h"
+#include "core/threads.h"
 #include "data/expression_machine.h"
 #include "data/skeleton.h"
 
@@ -24,6 +30,23 @@ struct RowBlock {
     uint16_t places[kBlockObs];       // what index points to
 };
 
+// Who works on a block: a machine, and the records that it alone runs.
+struct RowWorker {
+    BlockMachine* machine;
+    ExpressionRecord* main;
+    ExpressionRecord* condition;  // null without an if
+    bool beside_others;           // only the block's own cells may change
+    bool after_others;            // blocks behind this one may have been worked on
+};
+
+constexpr ReturnCode kNotBesideOthers = -2;
+
+// Totals of a body that only counts.
+struct RowCount {
+    int64_t n = 0;
+    void add(const RowCount& other) { n += other.n; }
+};
+
 // Fills the block: runs the `if` over observations obs .. obs + n - 1.
 void mark_block(BlockMachine* m, ExpressionRecord* condition, int obs, int n, RowBlock* block);
 
@@ -31,36 +54,100 @@ void mark_block(BlockMachine* m, ExpressionRecord* condition, int obs, int n, Ro
 // many do. The running sums go on from the call before.
 int mark_sample(ExpressionRecord* condition, int obs, int n, uint8_t* marks);
 
-// A variable at observations other than the one being written is read by an expression: then each
-// observation must be finished before the next one is worked on.
-inline int block_size_for(int var) {
-    const bool reads_back = program_reads_elsewhere(main_expression, var) ||
-                            (skeleton.if_given && program_reads_elsewhere(if_expression, var));
-    return reads_back ? 1 : kBlockObs;
-}
+// Observations that a block may have when the loop writes the variable; 0: it writes none.
+int block_size_for(int var);
 
-// Runs body(machine, block) over the range in force: skeleton.first to skeleton.last. The body
-// returns a code; not 0 ends the loop. kBreak when the user broke in.
-template <class Body>
-ReturnCode for_each_block(int block_size, Body body) {
-    BlockMachine* m = &engine_machine;
+// Threads for a loop over n observations with the expressions in force; the machines for them are
+// there then. The main expression counts only if `main` says so.
+int loop_threads(int64_t n, bool main);
+
+// The machine of a thread that loop_threads() has counted; the first one's is the engine's.
+BlockMachine* thread_machine(int thread);
+
+// Runs the body over the blocks from *obs to last; *obs is left at the block that ended the loop.
+template <class Totals, class Body>
+ReturnCode run_rows(const RowWorker& worker, int block_size, int64_t* obs, int64_t last,
+                    Totals* totals, Body& body) {
     RowBlock block;
-    set_run_range(&main_expression, true);
-    set_run_range(&if_expression, true);
-    const int64_t last = skeleton.last;
-    for (int64_t obs = skeleton.first; obs <= last; obs += block_size) {
+    for (; *obs <= last; *obs += block_size) {
         Poll(session.pollcount);
         if (session.BreakFlag) return kBreak;
-        const int n = int(std::min<int64_t>(block_size, last - obs + 1));
-        mark_block(m, skeleton.if_given ? &if_expression : nullptr, int(obs), n, &block);
-        if (ReturnCode rc = body(m, block)) return rc;
+        const int n = int(std::min<int64_t>(block_size, last - *obs + 1));
+        mark_block(worker.machine, worker.condition, int(*obs), n, &block);
+        if (ReturnCode rc = body(worker, block, totals)) return rc;
     }
     return 0;
 }
 
+// One thread's part of a forked loop.
+template <class Totals>
+struct RowChunk {
+    int64_t obs = 0;  // the next to be done
+    int64_t last = 0;
+    ReturnCode rc = 0;
+    Totals totals;
+};
+
+template <class Totals, class Body>
+ReturnCode run_rows_forked(int threads, const RowWorker& alone, int block_size, Totals* totals,
+                           Body& body) {
+    const int64_t first = skeleton.first, last = skeleton.last;
+    const int64_t size = ForkChunk(last - first + 1, threads);
+    std::vector<RowChunk<Totals>> chunks{size_t(threads)};
+    RunThreads(threads, [&](int k) {
+        RowChunk<Totals>& chunk = chunks[size_t(k)];
+        chunk.obs = first + k * size;
+        chunk.last = std::min(last, chunk.obs + size - 1);
+        ExpressionRecord main = *alone.main;
+        ExpressionRecord condition = if_expression;
+        const RowWorker worker{thread_machine(k), &main, alone.condition ? &condition : nullptr,
+                               true, true};
+        Totals own;
+        chunk.rc = run_rows(worker, block_size, &chunk.obs, chunk.last, &own, body);
+        chunk.totals = own;
+    });
+    ReturnCode failure = 0;
+    for (const auto& chunk : chunks) {
+        totals->add(chunk.totals);
+        if (!failure && chunk.rc != kNotBesideOthers) failure = chunk.rc;
+    }
+    RowWorker rest = alone;
+    rest.after_others = true;
+    for (auto& chunk : chunks) {
+        if (failure) break;
+        if (chunk.rc == kNotBesideOthers) {
+            failure = run_rows(rest, block_size, &chunk.obs, chunk.last, totals, body);
+        }
+    }
+    return failure;
+}
+
+// What a loop's body does.
+enum class LoopUse : uint8_t {
+    Both,         // the body runs the main expression
+    BothInOrder,  // it does, and ends at a place that depends on the order
+    Condition,    // it does not
+};
+
+// Runs body(worker, block, totals) over the range in force: skeleton.first to skeleton.last. The
+// body returns a code; not 0 ends the loop. kBreak when the user broke in.
+template <class Totals, class Body>
+ReturnCode for_each_block(LoopUse use, int block_size, Totals* totals, Body body) {
+    set_run_range(&main_expression, true);
+    set_run_range(&if_expression, true);
+    const RowWorker alone{&engine_machine, &main_expression,
+                          skeleton.if_given ? &if_expression : nullptr, false, false};
+    const int64_t n = int64_t(skeleton.last) - skeleton.first + 1;
+    const bool may_fork = use != LoopUse::BothInOrder && block_size == kBlockObs;
+    const int threads = may_fork ? loop_threads(n, use == LoopUse::Both) : 1;
+    if (threads > 1) return run_rows_forked(threads, alone, block_size, totals, body);
+    int64_t obs = skeleton.first;
+    return run_rows(alone, block_size, &obs, skeleton.last, totals, body);
+}
+
 // Runs the main expression over the block's marked observations.
-inline void run_marked(BlockMachine* m, const RowBlock& block) {
-    run_block(m, &main_expression, block.obs, block.n, block.index, block.n_marked);
+inline void run_marked(const RowWorker& worker, const RowBlock& block) {
+    run_block(worker.machine, worker.main, block.obs, block.n, block.index, block.n_marked);
 }
 
 }  // namespace korva

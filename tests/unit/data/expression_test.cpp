@@ -22,6 +22,8 @@
 #include "data/cells.h"
 #include "data/expression_machine.h"
 #include "data/function_table.h"
+#include "data/random.h"
+#include "data/row_loop.h"
 #include "data/skeleton.h"
 
 namespace korva {
@@ -85,9 +87,9 @@ protected:
         ExpressionValue value;
         return EvaluateText(text, ExpressionMode::Either, &value);
     }
-    std::string program(const std::string& text) {
+    std::string program(const std::string& text, ExpressionMode mode = ExpressionMode::Either) {
         ForgetExpressions();
-        EXPECT_EQ(compile(text, &main_expression, ExpressionMode::Either), 0) << text;
+        EXPECT_EQ(compile(text, &main_expression, mode), 0) << text;
         std::string words;
         for (int k = 0; k <= main_expression.last_code; k++) {
             words += std::to_string(main_expression.code[k]) + " ";
@@ -344,13 +346,59 @@ TEST_F(Expression, FaultsHaveTheirCodes) {
     EXPECT_EQ(code("\"abc"), 132);
     EXPECT_EQ(code("`\"abc\""), 132);
     EXPECT_EQ(code("nofunction(1)"), 133);
-    EXPECT_EQ(code("uniform()"), 199);
     EXPECT_EQ(code("date(\"1jan1960\",\"dmy\")"), 199);
     EXPECT_EQ(code("invchi(1,2)"), 133);  // gone since version 6
     EXPECT_EQ(code("I(3)"), 509);
     EXPECT_EQ(code("x#x"), 509);
     EXPECT_EQ(code("missing(missing(1))"), 198);
+    for (const char* text : {"_b[x]", "_coef[_cons]", "_se[x]", "[eq]_b[x]", "[eq]_se[x]"}) {
+        EXPECT_EQ(code(text), 111) << text;  // there are no estimates
+    }
+    for (const char* text : {"_b[]", "[]_b[x]", "[eq]x[1]", "[eq]", "[eq]_b"}) {
+        EXPECT_EQ(code(text), 198) << text;
+    }
     EXPECT_EQ(number("missing(1)+missing(.)"), 1);
+}
+
+// Matrix mode, by hand: 112 and 51 have the name's place in the text pool, 119 makes a number a
+// matrix, 118 and 117 add and subtract, 120 and 121 are * and /.
+TEST_F(Expression, MatrixModeCompilesWhole) {
+    StorePut("A", kKindMatrix, "", 0);
+    StorePut("B", kKindMatrix, "", 0);
+    const auto codes = [this](const char* text) {
+        const std::string words = program(text, ExpressionMode::NumberOrMatrix);
+        EXPECT_EQ(main_expression.has_matrices, 1) << text;
+        EXPECT_EQ(main_expression.order_free | main_expression.thread_safe, 0) << text;
+        return words;
+    };
+    EXPECT_EQ(codes("A+B"), "112 0 112 2 118 ");
+    EXPECT_EQ(codes("A-2"), "112 0 21 0 119 117 ");
+    EXPECT_EQ(codes("(1+2)*A"), "21 0 21 1 9 119 112 0 120 ");  // the left one becomes one first
+    EXPECT_EQ(codes("A/2-B'"), "112 0 21 0 119 121 112 2 123 117 ");
+    EXPECT_EQ(codes("-A'#B"), "112 0 123 116 112 2 126 ");
+    EXPECT_EQ(codes("(1,2\\3,4)"), "21 0 119 21 1 119 124 21 2 119 21 3 119 124 125 ");
+    EXPECT_EQ(codes("(A\\B)"), "112 0 112 2 125 ");
+    EXPECT_EQ(codes("syminv(A)*trace(B)"), "112 0 127 112 2 44 119 120 ");
+    EXPECT_EQ(codes("J(2,3,0)"), "21 0 21 1 21 2 114 ");
+    EXPECT_EQ(codes("A[1,2]+1"), "21 0 21 1 51 0 21 1 9 ");
+    EXPECT_EQ(codes("A[\"r\",1]"), "21 0 35 0 51 2 ");
+    const auto fault = [](const char* text, ExpressionMode mode) {
+        return compile(text, &main_expression, mode);
+    };
+    const auto mode = ExpressionMode::NumberOrMatrix;
+    for (const char* text : {"A==B", "A^2", "!A", "A+s", "1'", "diag(3)"}) {
+        EXPECT_EQ(fault(text, mode), 109) << text;
+    }
+    EXPECT_EQ(fault("1,2", mode), 198);  // joined only inside parentheses
+    EXPECT_EQ(fault("A[1]", mode), 198);
+    EXPECT_EQ(fault("A'A", mode), 198);
+    EXPECT_EQ(fault("1+2", ExpressionMode::Matrix), 109);
+    EXPECT_EQ(fault("A+B", ExpressionMode::Either), 509);
+    std::string deep = "A";
+    for (int i = 0; i < 21; i++) deep += "+(A";
+    EXPECT_EQ(fault((deep + std::string(21, ')')).c_str(), mode), 130);  // 20 at a time
+    ExpressionValue value;
+    EXPECT_EQ(EvaluateText("A+B", mode, &value), 199);
 }
 
 TEST_F(Expression, LimitsEndInACode) {
@@ -515,6 +563,47 @@ TEST_F(Expression, BlocksAndSingleRunsAgree) {
 }
 
 // --- Commands ---
+
+// The same commands with one thread and with several leave the same bytes and counts. What waits
+// for the other threads (a promotion, a text that is too long) lies in different chunks.
+TEST_F(Expression, ThreadsDoNotChangeResults) {
+    const auto make = [this](int procs) {
+        session.procs = procs;
+        for (const char* text : {"a = x * 2 - f if mod(i, 3)", "byte b = 1", "str c = s if i > 200",
+                                 "u = uniform() if uniform() < .5", "str3 d = s"}) {
+            EXPECT_EQ(run(CmdGenerate, text), 0) << text;
+        }
+        for (const char* text : {"b = 200 if _n == 590", "b = .5 if _n == 70", "b = . if _n == 300",
+                                 "b = 100000.1 if _n == 580 | _n == 20", "a = -a if x > 0",
+                                 "d = s + s if _n > 100", "d = \"\" if _n == 599"}) {
+            EXPECT_EQ(run(CmdReplace, text), 0) << text;
+        }
+        EXPECT_EQ(run(CmdCount, "if x > 3 & a < ."), 0);
+        std::string bytes = std::to_string(FindStoredResult(ResultFamily::R, "N").number);
+        for (int var = 7; var <= dataset.nvar; var++) {
+            bytes += " " + std::to_string(dataset.types[var - 1]) + " ";
+            const size_t width = size_t(type_width(dataset.types[var - 1]));
+            for (int obs = 1; obs <= kRows; obs++) {
+                bytes.append(reinterpret_cast<const char*>(rawcell(var, obs)), width);
+            }
+        }
+        undo_new_variables(6);
+        return bytes;
+    };
+    random_state = RandomState{};
+    const std::string alone = make(1);
+    for (int procs : {2, 3, 5}) {
+        random_state = RandomState{};
+        EXPECT_TRUE(make(procs) == alone) << procs;
+    }
+    session.procs = 1;
+    // By hand: ceil(n / 100 - 1) threads, at most the processors, and chunks of more than 100.
+    EXPECT_EQ(ForkThreads(200, 4), 1);
+    EXPECT_EQ(ForkThreads(201, 4), 2);  // 2.01 - 1 is above 1; chunks of 101
+    EXPECT_EQ(ForkThreads(600, 4), 4);
+    EXPECT_EQ(ForkThreads(600, 8), 5);
+    EXPECT_EQ(ForkThreads(1000000, 1), 1);
+}
 
 TEST_F(Expression, GenerateUndoesItselfOnABreak) {
     const int before = dataset.nvar;
