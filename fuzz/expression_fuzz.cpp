@@ -16,6 +16,7 @@
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/expression.h"
+#include "data/expression_machine.h"
 #include "data/expression_opcodes.h"
 #include "data/random.h"
 
@@ -44,6 +45,12 @@ void compare_runs(ExpressionRecord* record) {
         const double single = eval(record, obs);
         if (std::bit_cast<uint64_t>(single) != std::bit_cast<uint64_t>(block[obs - 1])) {
             give_up("a block and a single run differ");
+        }
+        bool overflowed;
+        if (runs_singly(*record) &&
+            std::bit_cast<uint64_t>(run_single(*record, obs, &overflowed)) !=
+                std::bit_cast<uint64_t>(single)) {
+            give_up("the run of one observation differs");
         }
     }
 }

@@ -55,17 +55,20 @@ void take_count(double count, Copies* copies, uint32_t* place) {
 }
 
 ReturnCode count_copies(Copies* copies) {
-    return for_each_block(kBlockObs, [copies](BlockMachine* m, const RowBlock& block) {
+    RowCount none;
+    // In order: all blocks add to the same counts.
+    const auto take = [copies](const RowWorker& worker, const RowBlock& block, RowCount*) {
         if (block.n_marked == 0) return 0;
         alignas(64) double counts[kBlockObs];
-        run_marked(m, block);
-        block_numbers(m, counts);
+        run_marked(worker, block);
+        block_numbers(worker.machine, counts);
         uint32_t* places = copies->of + (block.obs - skeleton.first);
         for (int k = 0; k < block.n_marked; k++) {
             take_count(counts[k], copies, places + (block.index ? block.index[k] : k));
         }
         return 0;
-    });
+    };
+    return for_each_block(LoopUse::BothInOrder, block_size_for(0), &none, take);
 }
 
 // Appends the copies; there is room. kBreak with the observations as they were.

@@ -211,6 +211,99 @@ void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, con
     }
 }
 
+bool runs_singly(const ExpressionRecord& record) {
+    constexpr int kMostCodes = 64;  // so that the stack below is never full
+    if (record.last_code >= kMostCodes || record.result_type != 0) return false;
+    for (int i = 0; i <= record.last_code; i++) {
+        const int code = record.code[i];
+        const bool binary = code >= OP_OR && code <= OP_SUB;
+        switch (code) {
+        case OP_MUL:
+        case OP_DIV:
+        case OP_NOT:
+        case OP_NEGATE:
+        case OP_NUMBER:
+        case OP_VARIABLE:
+        case OP_ELEMENT:
+        case OP_OBS:
+        case OP_NOBS:
+        case OP_COND: break;
+        default:
+            if (!binary) return false;
+        }
+        i += kOpcodeRows[size_t(code)].operands;
+    }
+    return true;
+}
+
+namespace {
+
+// Two operands of one of the binary operators that run_single() knows.
+double single_pair(int code, double a, double b, bool one_missing, bool* overflowed) {
+    if (code == OP_OR) return (a != 0) | (b != 0);
+    if (code == OP_AND) return (a != 0) & (b != 0);
+    if (code <= OP_GT) {
+        a = one_missing ? same_missing(a) : known(a);
+        b = one_missing ? same_missing(b) : known(b);
+        switch (code) {
+        case OP_EQ: return a == b;
+        case OP_NE: return a != b;
+        case OP_GE: return a >= b;
+        case OP_LE: return a <= b;
+        case OP_LT: return a < b;
+        default: return a > b;
+        }
+    }
+    if (code == OP_DIV && b == 0) return kSysMissing;
+    if (!(a < kSysMissing && b < kSysMissing)) return kSysMissing;
+    const double r = code == OP_ADD   ? a + b
+                     : code == OP_SUB ? a - b
+                     : code == OP_MUL ? a * b
+                                      : a / b;
+    if (std::fabs(r) < kSysMissing) return r;
+    *overflowed = true;
+    return kSysMissing;
+}
+
+}  // namespace
+
+double run_single(const ExpressionRecord& record, int obs, bool* overflowed) {
+    const bool one_missing = session.version < 800;
+    double stack[64];
+    double* top = stack - 1;  // the number pushed last
+    const int16_t* end = record.code + record.last_code + 1;
+    *overflowed = false;
+    for (const int16_t* code = record.code; code < end; code++) {
+        switch (*code) {
+        case OP_NUMBER: *++top = expression_pools.numbers[*++code]; break;
+        case OP_VARIABLE:
+            *++top = obs <= dataset.nobs ? get(*++code, obs) : (++code, kSysMissing);
+            break;
+        case OP_ELEMENT: {
+            const int at = subscripted_obs(record, *top);
+            *top = at ? get(*++code, at) : (++code, kSysMissing);
+            break;
+        }
+        case OP_OBS: *++top = obs - record.group_first + 1; break;
+        case OP_NOBS: *++top = double(int64_t(record.group_last) - record.group_first + 1); break;
+        case OP_NOT: *top = *top == 0; break;
+        case OP_NEGATE: *top = std::fabs(*top) < kSysMissing ? -*top : kSysMissing; break;
+        case OP_COND: {  // the first argument lies on the top
+            const int k = *++code;
+            const double x = *top;
+            const double other = top[-2];
+            const double chosen = x != 0 ? top[-1] : other;
+            const double if_missing = k == 4 ? top[-3] : top[-1];
+            top -= k - 1;
+            *top = x < kSysMissing ? chosen : if_missing;
+            break;
+        }
+        default: top--; *top = single_pair(*code, top[0], top[1], one_missing, overflowed);
+        }
+    }
+    return *overflowed ? kSysMissing : finite_or_missing(*top);
+}
+
 KORVA_WIDE void block_numbers(const BlockMachine* m, double* out) {
     const int n = m->n;
     if (m->depth < 1) {

@@ -88,6 +88,13 @@ void mark_block(BlockMachine* m, ExpressionRecord* condition, int obs, int n, Ro
     block->n_marked = n;
     block->index = nullptr;
     if (!condition) return;
+    if (n == 1 && runs_singly(*condition)) {
+        bool overflowed;
+        const bool holds = run_single(*condition, obs, &overflowed) != 0;  // missing counts as true
+        block->n_marked = holds;
+        if (!holds) block->index = block->places;
+        return;
+    }
     alignas(64) uint8_t marks[kBlockObs];
     run_block(m, condition, obs, n, nullptr, n);
     block_marks(m, marks);

@@ -100,6 +100,14 @@ extern BlockMachine engine_machine;  // the engine thread's, defined in data/exp
 void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, const uint16_t* index,
                int n);
 
+// True if run_single() can run the program: short, of operands, operators and cond() alone.
+bool runs_singly(const ExpressionRecord& record);
+
+// The number at one observation, the same bits as a block of one lane gives, without a block's
+// bookkeeping: for loops whose observations wait for each other. *overflowed becomes true where the
+// value is missing because a part of it overflowed.
+double run_single(const ExpressionRecord& record, int obs, bool* overflowed);
+
 // The run's numbers, a lane each; NaN, infinity and overflow are `.`. A string result gives `.`.
 void block_numbers(const BlockMachine* m, double* out);
 

@@ -196,10 +196,24 @@ StorageType type_after(const RowBlock& block, const BlockValues& v) {
     return type;
 }
 
+// One cell of a double variable, where each must be finished before the next.
+void replace_one(const ExpressionRecord& record, int obs, Changes* changes) {
+    bool overflowed;
+    const double value = run_single(record, obs, &overflowed);
+    if (value == get(replacing.var, obs)) return;
+    put(replacing.var, obs, value);
+    changes->n++;
+    changes->n_to_missing += value >= kSysMissing;
+}
+
 // A block beside others that needs no other type may go ahead of one that does: what an integer
 // type holds, every type that it may become holds as well.
 ReturnCode replace_numbers(const RowWorker& worker, const RowBlock& block, Changes* changes) {
     if (block.n_marked == 0) return 0;
+    if (block.n == 1 && type_now() == kDouble && runs_singly(*worker.main)) {
+        replace_one(*worker.main, block.obs, changes);
+        return 0;
+    }
     BlockValues v;
     run_marked(worker, block);
     block_numbers(worker.machine, v.new_values);

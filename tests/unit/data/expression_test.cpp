@@ -558,6 +558,11 @@ TEST_F(Expression, BlocksAndSingleRunsAgree) {
         }
         ASSERT_EQ(blocks, run_singly(&main_expression, all)) << text;
         ASSERT_EQ(masked, run_singly(&main_expression, some)) << text;
+        if (!runs_singly(main_expression)) continue;
+        std::vector<uint64_t> lone;
+        bool overflowed;
+        for (int obs : all) lone.push_back(bits(run_single(main_expression, obs, &overflowed)));
+        ASSERT_EQ(lone, blocks) << text;
     }
     EXPECT_GT(compiled, 1000);
 }
