@@ -92,10 +92,6 @@ ReturnCode repart(int64_t d_width, int64_t d_obs);
 ReturnCode grow_obs(int64_t n);
 ReturnCode grow_width(int64_t n);
 
-// Whether some partition has room for nobs rows of `width` bytes and the scratch row, whatever the
-// dataset holds now: 0, 901 or 1010, without words.
-ReturnCode room_for(int32_t width, int64_t nobs);
-
 // Copies `bytes` of each of n rows from one base and pitch to another, neither pitch below `bytes`;
 // the two areas may overlap in any way.
 void move_rows(uint8_t* to, int64_t to_pitch, const uint8_t* from, int64_t from_pitch, int64_t n,

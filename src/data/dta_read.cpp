@@ -1,9 +1,9 @@
 // data/dta_read.cpp - a dataset file takes the place of the dataset.
 //
-// The file is looked through first: the lists, the expansion records, whether the rows are there,
-// the value labels. What it says is kept beside the dataset until all of it is known to be good and
-// to fit. Then the dataset is cleared and the rows are read. So a damaged file changes nothing,
-// and no row is read twice.
+// Once the header is known to be good the data in memory go, and whatever fails from there leaves
+// the dataset clear: there is never a part of a file in it. The file is looked through before its
+// rows are read: the lists, the expansion records, whether the rows are there, the value labels. So
+// damage is told at once and not behind millions of rows.
 #include "data/dta_read.h"
 
 #include "core/file_path.h"
@@ -62,7 +62,7 @@ void put_data_label(const DtaHeader& header, bool quiet) {
     out_textf("(%s)\n", dataset.label);
 }
 
-// Observations that the load needs room for at once.
+// Observations that the load makes room for at once.
 int64_t wanted_rows(const DtaHeader& header, const DtaSelection* selection) {
     if (!selection) return header.nobs;
     if (selection->has_condition) return 0;
@@ -70,18 +70,18 @@ int64_t wanted_rows(const DtaHeader& header, const DtaSelection* selection) {
     return std::max<int64_t>(last - selection->first + 1, 0);
 }
 
-// Looks through the file up to its end and back to the rows; the dataset is not touched.
+// Looks through the file up to its end and back to the rows.
 ReturnCode look_through(const DtaReader& in, const DtaVariables& file, const DtaVariables& kept,
-                        bool only_used, bool value_labels, FileContents* contents) {
+                        bool only_used, const DtaOptions& options, FileContents* contents) {
     if (ReturnCode rc = stage_variable_labels(kept, &contents->records)) return rc;
     if (ReturnCode rc = stage_expansion_records(in, file, kept, &contents->records)) return rc;
     const int64_t nobs = in.header->nobs;
     if (nobs < 0) return in.corrupt();
-    if (file.width == 0 && nobs > kMaxEmptyRows) return in.corrupt();
+    if (file.width == 0 && nobs > kMaxEmptyRows && !options.own) return in.corrupt();
     const uint64_t row_bytes = uint64_t(nobs) * uint64_t(file.width);
     if (row_bytes > in.source->left) return in.cut();
     contents->rows_left = in.source->left;
-    if (value_labels) {
+    if (options.value_labels) {
         if (!skip_bytes(in.source, row_bytes)) return in.cut();
         if (ReturnCode rc = stage_value_labels(in, kept, only_used, &contents->records)) return rc;
         if (!go_back(in.source, contents->rows_left)) return in.cut();
@@ -104,9 +104,9 @@ ReturnCode fill_dataset(const DtaReader& in, const DtaVariables& file, const Dta
     if (ReturnCode rc = put_variables(kept)) return rc;
     install_records(&contents->records);
     put_data_label(*in.header, options.quiet);
-    const int64_t rows = wanted_rows(*in.header, selection);
-    if (ReturnCode rc = grow_obs(rows - (dataset.mobs - 1))) return report_no_room(rc);
-    if (rows >= dataset.mobs) return report_no_room(901);
+    const int64_t rows = wanted_rows(*in.header, selection) + (options.own ? 0 : 1);
+    if (ReturnCode rc = grow_obs(rows - dataset.mobs)) return report_no_room(rc);
+    if (rows > dataset.mobs) return report_no_room(901);
     std::vector<bool> had_old_missing(size_t(kept.nvar), false);
     if (ReturnCode rc = read_dta_rows(in, file, kept, selection, &had_old_missing)) return rc;
     if (options.value_labels) print_tables_left_out(contents->records);
@@ -123,20 +123,14 @@ ReturnCode fill_dataset(const DtaReader& in, const DtaVariables& file, const Dta
 ReturnCode load_dta_body(ByteSource* source, std::string_view name, const DtaHeader& header,
                          const DtaVariables& variables, const DtaSelection* selection,
                          const DtaOptions& options) {
+    clear_dataset();
     const DtaReader in{source, name, &header, variables.width};
     DtaVariables chosen;
     if (selection) chosen = choose_variables(variables, selection->vars);
     const DtaVariables& kept = selection ? chosen : variables;
     FileContents contents;
-    if (ReturnCode rc = look_through(in, variables, kept, selection != nullptr,
-                                     options.value_labels, &contents)) {
-        return rc;
-    }
-    if (ReturnCode rc = room_for(kept.width, wanted_rows(header, selection))) {
-        return report_no_room(rc);
-    }
-    clear_dataset();
-    const ReturnCode rc = fill_dataset(in, variables, kept, selection, options, &contents);
+    ReturnCode rc = look_through(in, variables, kept, selection != nullptr, options, &contents);
+    if (rc == 0) rc = fill_dataset(in, variables, kept, selection, options, &contents);
     if (rc) clear_dataset();
     return rc;
 }
@@ -144,6 +138,7 @@ ReturnCode load_dta_body(ByteSource* source, std::string_view name, const DtaHea
 ReturnCode load_dta(ByteSource* source, std::string_view name, const DtaOptions& options) {
     DtaHeader header;
     if (ReturnCode rc = read_dta_header(source, name, &header)) return rc;
+    clear_dataset();
     DtaVariables variables;
     if (ReturnCode rc = read_dta_variables(source, name, header, &variables)) return rc;
     return load_dta_body(source, name, header, variables, nullptr, options);

@@ -24,6 +24,8 @@ namespace korva {
 struct DtaOptions {
     bool value_labels = true;
     bool quiet = false;  // the dataset's label is not shown
+    bool own = false;    // the session's own picture of data that the present partition held: no
+                         // spare row is asked for, and any number of rows without variables loads
 };
 
 // What of the file is wanted. `if_expression` is compiled against the chosen variables when
@@ -35,16 +37,14 @@ struct DtaSelection {
     bool has_condition = false;
 };
 
-// Puts the file in place of the dataset. What is wrong in the file itself (609, 610, 688, 692), too
-// large for the data area (900, 901, 902, 1010) or more than there is memory for (909, 950) is
-// found before the dataset is touched. Behind that a break, a file that the system cannot read to
-// its end, a condition that holds too often, and old numbers that need wider types than there is
-// room for leave the dataset clear. S_FN, S_FNDATE and dataset.filename tell of the file `name`
-// afterwards.
+// Puts the file in place of the dataset. A file whose header is refused (609, 610) changes nothing.
+// Behind the header any failure leaves the dataset clear: damage (688, 692), want of room (900,
+// 901, 902, 1010) or memory (909, 950), a break. S_FN, S_FNDATE and dataset.filename tell of the
+// file `name` afterwards.
 ReturnCode load_dta(ByteSource* source, std::string_view name, const DtaOptions& options);
 
-// The same behind the header and the lists, for the selection; null: all. Only value labels that a
-// chosen variable names come with a selection.
+// The same behind the header and the lists, for the selection; null: all. The dataset goes at once.
+// Only value labels that a chosen variable names come with a selection.
 ReturnCode load_dta_body(ByteSource* source, std::string_view name, const DtaHeader& header,
                          const DtaVariables& variables, const DtaSelection* selection,
                          const DtaOptions& options);

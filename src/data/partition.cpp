@@ -209,14 +209,6 @@ ReturnCode repart(int64_t d_width, int64_t d_obs) {
     return commit(layout);
 }
 
-ReturnCode room_for(int32_t width, int64_t nobs) {
-    Layout layout;
-    const int64_t pitch = std::max<int64_t>((int64_t(width) + 1) / 2 * 2, kNarrowestRow);
-    if (pitch > dataset.maxlrecl) return 1010;
-    if (!lay_out(pitch, &layout)) return 901;
-    return layout.capacity > nobs ? 0 : 901;
-}
-
 ReturnCode grow_obs(int64_t n) {
     if (n < 1) {
         move_for_stress();

@@ -20,7 +20,7 @@ namespace korva {
 enum Permission : uint8_t {
     kAllowed = 0,
     kRequired = 1,
-    kSpecial = 2,  // using: the empty form means the last file; in: may exceed nobs
+    kSpecial = 2,  // using: the empty form means the last file
     kForbidden = 3,
     kStringsToo = 4,  // if: compiled with strings permitted
 };
@@ -152,6 +152,6 @@ bool is_list_end(std::string_view token);
 bool glob_match(std::string_view pattern, std::string_view name);
 
 // An observation range behind `in`, which was taken.
-ReturnCode parse_in_range(bool may_exceed, int32_t* first, int32_t* last);
+ReturnCode parse_in_range(int32_t* first, int32_t* last);
 
 }  // namespace korva

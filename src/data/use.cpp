@@ -30,6 +30,7 @@ enum class UseForm : uint8_t {
 struct UseLine {
     UseForm form = UseForm::Name;
     bool has_qualifier = false;  // if or in, anywhere in front of the options
+    bool may_replace = false;    // clear or replace stands among the options
     std::string file;
 };
 
@@ -37,20 +38,28 @@ bool token_is_qualifier() {
     return TokenIs("if") || TokenIs("in");
 }
 
-// Looks ahead over the line up to the options; the scanner stays.
+// Looks ahead over the line; the scanner stays. A comma in parentheses belongs to an expression.
 ReturnCode look_at_line(UseLine* line) {
     const ScannerGuard guard;
     NextToken(FileSeparators);
     const bool keyword = TokenIs("using") || token_is_qualifier();
     if (keyword) line->form = UseForm::Using;
     bool is_first = true;
-    for (; !TokenIsEmpty() && !TokenIs(","); NextToken(FileSeparators), is_first = false) {
+    int depth = 0;
+    for (; !TokenIsEmpty(); NextToken(FileSeparators), is_first = false) {
+        if (TokenIs("(")) depth++;
+        if (TokenIs(")")) depth--;
+        if (TokenIs(",") && depth <= 0) break;
         if (token_is_qualifier()) line->has_qualifier = true;
         if (!TokenIs("using") || !line->file.empty()) continue;
         if (!keyword && !is_first) line->form = UseForm::Varlist;
         char name[kMaxFileNameBytes + 1];
         if (ReturnCode rc = ParseFileName(name)) return rc;
         line->file = name;
+    }
+    while (!TokenIsEmpty()) {
+        NextToken(FileSeparators);
+        if (TokenIs("clear") || TokenIs("replace")) line->may_replace = true;
     }
     return 0;
 }
@@ -75,7 +84,7 @@ void permit_tail(bool with_using, bool with_qualifiers) {
     skeleton.permit.by_allowed = false;
     skeleton.permit.using_file = with_using ? kRequired : kForbidden;
     skeleton.permit.if_exp = with_qualifiers ? kStringsToo : kForbidden;
-    skeleton.permit.in_range = with_qualifiers ? kSpecial : kForbidden;
+    skeleton.permit.in_range = with_qualifiers ? kAllowed : kForbidden;
 }
 
 std::vector<int32_t> all_variables(int32_t nvar) {
@@ -102,24 +111,24 @@ bool line_names_labels() {
     return strstr(ScanRest(), "\":") || strstr(ScanRest(), "\"':");
 }
 
-// Qualifiers and options, the chosen variables being those of the dataset.
-ReturnCode parse_view(const DtaReader& in, bool with_using, const DtaVariables& chosen) {
-    DtaRecords labels;
-    if (line_names_labels()) {
-        const uint64_t left = in.source->left;
-        DtaRecords unused;
-        if (ReturnCode rc = stage_expansion_records(in, chosen, chosen, &unused)) return rc;
-        const int64_t nobs = std::max(in.header->nobs, 0);
-        // The load proper tells what is wrong with the file.
-        if (skip_bytes(in.source, uint64_t(nobs) * uint64_t(in.row_bytes))) {
-            if (ReturnCode rc = stage_value_labels(in, chosen, false, &labels)) return rc;
-        }
-        if (!go_back(in.source, left)) return in.cut();
+// The value labels of the file; the source is where it was afterwards.
+ReturnCode read_labels_ahead(const DtaReader& in, const DtaVariables& chosen, DtaRecords* labels) {
+    const uint64_t left = in.source->left;
+    DtaRecords unused;
+    if (ReturnCode rc = stage_expansion_records(in, chosen, chosen, &unused)) return rc;
+    const int64_t nobs = std::max(in.header->nobs, 0);
+    // The load proper tells what is wrong with the file.
+    if (skip_bytes(in.source, uint64_t(nobs) * uint64_t(in.row_bytes))) {
+        if (ReturnCode rc = stage_value_labels(in, chosen, false, labels)) return rc;
     }
-    const ValueLabelView label_view(&labels);
-    const DatasetView view(chosen, *in.header);
-    permit_tail(with_using, true);
-    return parse_tail();
+    return go_back(in.source, left) ? 0 : in.cut();
+}
+
+// The file is damaged, which is found before the line is read to its end: the data go as they do in
+// every load that fails behind the header, unless the user had to say that they may.
+ReturnCode fail_early(const UseLine& line, ReturnCode rc) {
+    if (!dataset.changed || line.may_replace) clear_dataset();
+    return rc;
 }
 
 ReturnCode use_part(const UseLine& line, const std::string& name) {
@@ -129,12 +138,25 @@ ReturnCode use_part(const UseLine& line, const std::string& name) {
     DtaHeader header;
     if (ReturnCode rc = read_dta_header(&source, name, &header)) return rc;
     DtaVariables file;
-    if (ReturnCode rc = read_dta_variables(&source, name, header, &file)) return rc;
+    if (ReturnCode rc = read_dta_variables(&source, name, header, &file)) {
+        return fail_early(line, rc);
+    }
+    // What is wrong in the line itself leaves the data in memory.
     DtaSelection selection;
     if (ReturnCode rc = choose(line.form, header, file, &selection)) return rc;
     const DtaVariables chosen = choose_variables(file, selection.vars);
-    const DtaReader in{&source, name, &header, file.width};
-    if (ReturnCode rc = parse_view(in, line.form != UseForm::Name, chosen)) return rc;
+    DtaRecords labels;
+    if (line_names_labels()) {
+        const DtaReader in{&source, name, &header, file.width};
+        if (ReturnCode rc = read_labels_ahead(in, chosen, &labels)) return fail_early(line, rc);
+    }
+    {
+        // Qualifiers and options, the chosen variables being those of the dataset.
+        const ValueLabelView label_view(&labels);
+        const DatasetView view(chosen, header);
+        permit_tail(line.form != UseForm::Name, true);
+        if (ReturnCode rc = parse_tail()) return rc;
+    }
     UseOptions options;
     if (ReturnCode rc = take_options(&options)) return rc;
 

@@ -469,10 +469,8 @@ void undo_new_variables(int32_t nvar_before) {
     }
 }
 
-ReturnCode parse_in_range(bool may_exceed, int32_t* first, int32_t* last) {
-    constexpr int32_t kBeyondAnyData = 0x7FFFFFFE;
+ReturnCode parse_in_range(int32_t* first, int32_t* last) {
     const int32_t last_obs = dataset.nobs;
-    const int32_t highest = may_exceed ? kBeyondAnyData : last_obs;
     int64_t from = 0;
     if (ReturnCode rc = parse_bound(last_obs, &from)) return rc;
     int64_t until = from;
@@ -482,8 +480,7 @@ ReturnCode parse_in_range(bool may_exceed, int32_t* first, int32_t* last) {
     } else {
         PushBackToken();
     }
-    until = may_exceed ? std::min<int64_t>(until, highest) : until;
-    if (from < 1 || until < from || until > highest) {
+    if (from < 1 || until < from || until > last_obs) {
         out_error("Obs. nos. out of range\n");
         return 198;
     }

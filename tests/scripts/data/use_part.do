@@ -10,8 +10,8 @@ display "|`_dta[k]'|"
 use g using data/small_lohi in 2/l
 list
 describe
-* Rows go by the condition; a range may end behind the data.
-use data/blocks_hilo if g == 1 & x > 1 in 5/9999
+* Rows go by the condition and the range, which ends within the file.
+use data/blocks_hilo if g == 1 & x > 1 in 5/2100
 assert g == 1 & x > 1
 count
 assert x[1] == 1.1 & s[1] == "111" & x[_N] == 2099 * 0.1
