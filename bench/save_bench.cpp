@@ -3,7 +3,8 @@
 //
 // Files lie on the disk of the temporary directory and in the system's cache. save is measured
 // without the flush to the disk, through the same writer, and as it is, beside a plain write that
-// is flushed; use of two variables out of 200 is measured beside reading the bytes alone.
+// is flushed; preserve and restore beside a plain write and read; use of two variables out of 200
+// is measured beside reading the bytes alone.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include "core/commands.h"
+#include "core/macro.h"
 #include "core/scanner.h"
 #include "core/session.h"
 #include "core/startup.h"
@@ -133,6 +135,7 @@ void report_pair(const char* what, const Pair& pair) {
 
 int main() {
     if (!StartEngineTables(2048, int64_t(800) << 20)) return 1;
+    if (!StartTemporaries()) return 1;
     session.OutputThreshold = kThresholdQuiet;
     char path[] = "/tmp/save_bench_XXXXXX.dta";
     close(mkstemps(path, 4));
@@ -154,6 +157,20 @@ int main() {
                                  [&] { run(CmdUse, file + ", clear"); }));
     }
 
+    {
+        std::vector<uint8_t> rows(pitch * kRows);
+        report_pair("preserve and restore", fastest_pair(
+                                                [&] {
+                                                    plain_save(path, false);
+                                                    plain_use(path, width, kRows, rows.data(),
+                                                              pitch);
+                                                },
+                                                [&] {
+                                                    run(CmdPreserve, "");
+                                                    run(CmdRestore, "");
+                                                }));
+    }
+
     make_wide_dataset();
     const size_t wide = size_t(used_width());
     run(CmdSave, file + ", replace");
@@ -163,6 +180,7 @@ int main() {
                              [&] { run(CmdUse, "w3 w180 using " + file + ", clear"); }));
     failures += dataset.nvar != 2 || get(2, 7) != 187;
     unlink(path);
+    EndTemporaries();
     EndEngineTables();
     if (failures) std::printf("%d failures\n", failures);
     return failures ? 1 : 0;

@@ -241,7 +241,7 @@ constexpr CommandRow kCommands[] = {
     {"post",              4, false, nullptr,      0},
     {"postclose",         9, false, nullptr,      0},
     {"postutil",          8, false, nullptr,      0},
-    {"preserve",          8, false, nullptr,      0},
+    {"preserve",          8, false, CmdPreserve,  0},
     {"printgr",           7, false, nullptr,      0},
     {"program",           2, false, CmdProgram,   0},
     {"push",              4, false, nullptr,      0},
@@ -253,7 +253,7 @@ constexpr CommandRow kCommands[] = {
 
     {"rename",            3, false, CmdRename,    0},
     {"replace",           7, true,  CmdReplace,   0},
-    {"restore",           7, false, nullptr,      0},
+    {"restore",           7, false, CmdRestore,   0},
     {"return",            3, false, nullptr,      0},
     {"rotate_cmd8",      11, false, nullptr,      0},
     {"rmdir",             5, false, nullptr,      0},

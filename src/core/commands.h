@@ -60,9 +60,11 @@ ReturnCode CmdList(int);  // argument: 0 list, 1 flist
 ReturnCode CmdMemory(int);
 ReturnCode CmdMove(int);
 ReturnCode CmdOrder(int);
+ReturnCode CmdPreserve(int);
 ReturnCode CmdRename(int);
 ReturnCode CmdReplace(int);
 ReturnCode Cmd_repart(int);
+ReturnCode CmdRestore(int);
 ReturnCode CmdSummarize(int);
 ReturnCode CmdSave(int);
 ReturnCode CmdUse(int);

@@ -22,6 +22,8 @@
 
 namespace korva {
 
+LevelState level_state;
+
 namespace {
 
 constexpr int kTempFilesSince = 310;  // from this version on a level's temporary files go with it
@@ -38,6 +40,7 @@ void save_session(ExecFrame* frame) {
     copy_name(frame->scope, session.Scope);
     frame->tempNameCounterAtEntry = macros.TempNameCounter;
     frame->tempFileCounterAtEntry = macros.TempFileCounter;
+    frame->preserveMark = level_state.preserveMark;
     frame->version = session.version;
     frame->callerVersion = session.callerVersion;
     frame->modernMissing = session.ModernMissing;
@@ -115,6 +118,7 @@ void end_level(const ExecFrame& frame) {
     }
     session.version = frame.version;
     session.callerVersion = frame.callerVersion;
+    level_state.preserveMark = frame.preserveMark;
     DropTemporaryVariables(frame.tempNameCounterAtEntry);
     DropTemporariesSince(frame.tempNameCounterAtEntry, frame.tempFileCounterAtEntry,
                          session.version >= kTempFilesSince);
@@ -181,6 +185,7 @@ ReturnCode PushFrame(ExecFrame* frame, ExecKind kind) {
     if (kind != ExecProgram) count_batch_lines(frame);
     if (kind == ExecInclude) return 0;
     session.callerVersion = frame->version;
+    level_state.preserveMark = -1;
     session.InLoop = 0;
     session.ContinueState = 0;
     session.IfTaken = 0;
@@ -242,6 +247,10 @@ ReturnCode RunFile(ExecKind kind, bool keepBreak) {
         if (frame.stop && session.LastReturnCode != 0) break;
     }
     const ReturnCode rc = session.LastReturnCode;
+    // An ended session has no temporary files any more, and its data go.
+    if (kind != ExecInclude && level_state.preserveMark >= 0 && !session.ShuttingDown) {
+        RestoreForLevel();
+    }
     PopFrame(&frame, kind, keepBreak);
     session.LastReturnCode = rc;
     return rc;

@@ -9,6 +9,13 @@
 
 namespace korva {
 
+// What is the current level's own. An include shares its caller's.
+struct LevelState {
+    int32_t preserveMark = -1;  // temporary file of the data that the level preserved, 0 when that
+                                // took none; -1: nothing is preserved
+};
+extern LevelState level_state;  // defined in core/frame.cpp
+
 // What a nested source could disturb, saved at its entry. Lives on the stack of RunFile.
 struct ExecFrame {
     LineReader reader;  // the file opened for this level
@@ -21,7 +28,7 @@ struct ExecFrame {
     char scope[kMaxNameBytes + 1] = {};
     int32_t tempNameCounterAtEntry = 0;
     int32_t tempFileCounterAtEntry = 0;
-    int32_t preserveMark = -1;  // what this level preserved; -1: nothing
+    int32_t preserveMark = -1;  // what the caller's level preserved; -1: nothing
     int32_t version = 0;
     int32_t callerVersion = 0;
     uint8_t modernMissing = 0;
@@ -43,6 +50,9 @@ struct ExecFrame {
     bool program_was_in_use = false;
     bool level_raised = false;  // this level has macros of its own
 };
+
+// A level ends that preserved the data: they come back as they were. Defined in data/preserve.cpp.
+void RestoreForLevel();
 
 // Runs a source to its end: the text behind the command word names a file and its arguments, or,
 // for ExecProgram, CommandWord is the program and the text its arguments. keepBreak: a deferred

@@ -162,13 +162,22 @@ ReturnCode put_lists(DtaWriter* out) {
     return rc;
 }
 
-// Characteristics, in the order of their kind, and the record that ends them.
+std::vector<StoreRecord*> records_to_write(const DtaWriter& out, int32_t kind) {
+    std::vector<StoreRecord*> records;
+    for (StoreRecord* record = StoreNext(kind, nullptr); record != nullptr;
+         record = StoreNext(kind, record)) {
+        records.push_back(record);
+    }
+    if (out.options.oldest_first) std::reverse(records.begin(), records.end());
+    return records;
+}
+
+// Characteristics, and the record that ends them.
 ReturnCode put_characteristics(DtaWriter* out) {
     std::unordered_set<std::string_view> owners{kDatasetOwner};
     for (int32_t var : out->vars) owners.insert(dataset.names[var - 1]);
     const size_t name_bytes = out->format.name;
-    for (StoreRecord* record = StoreNext(kKindCharacteristic, nullptr); record != nullptr;
-         record = StoreNext(kKindCharacteristic, record)) {
+    for (const StoreRecord* record : records_to_write(*out, kKindCharacteristic)) {
         const std::string_view owner(record->name, record->name_bytes);
         if (!owners.contains(owner)) continue;
         const std::string_view text = characteristic_text(record);
@@ -261,8 +270,7 @@ ReturnCode put_rows(DtaWriter* out) {
 ReturnCode put_value_labels(DtaWriter* out) {
     std::unordered_set<std::string_view> used;
     for (int32_t var : out->vars) used.insert(dataset.label_names[var - 1]);
-    for (StoreRecord* record = StoreNext(kKindValueLabel, nullptr); record != nullptr;
-         record = StoreNext(kKindValueLabel, record)) {
+    for (const StoreRecord* record : records_to_write(*out, kKindValueLabel)) {
         const std::string_view name(record->name, record->name_bytes);
         if (!out->options.orphans && !used.contains(name)) continue;
         const uint8_t padding[3] = {};

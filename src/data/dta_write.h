@@ -17,6 +17,8 @@ struct DtaWriteOptions {
     bool value_labels = true;  // those that a variable names
     bool orphans = false;      // and those that none does
     bool all = false;          // (e) is written too
+    bool oldest_first = false;  // characteristics and value labels, so that the reader makes the
+                                // store's order again; otherwise as the store has them
 };
 
 // Takes the next n bytes of the file; not 0, told with words, ends the writing.

@@ -189,5 +189,60 @@ class CutShort(unittest.TestCase):
             self.check(box)
 
 
+class Preserved(unittest.TestCase):
+    def test_what_comes_back_is_what_was_there(self):
+        rng = random.Random(621)
+        lines = ["set more off"]
+        with Sandbox(BUILD) as box:
+            for i in range(8):
+                data = random_dataset(rng, 113)
+                (box.work / f"f{i}.dta").write_bytes(make_dta.encode(data, "<", 113))
+                lines += [f"use f{i}, clear", "preserve", f"use f{(i + 1) % 8}", "restore",
+                          f"save after{i}, orphans", f"use f{i}, clear", f"save before{i}, orphans"]
+            status, output = run(box, lines)
+            self.assertEqual(status, 0, output)
+            for i in range(8):
+                before, after = ((box.work / f"{name}{i}.dta").read_bytes() for name in ("before", "after"))
+                stamp = slice(91, 109)
+                self.assertEqual(before[:stamp.start] + before[stamp.stop:],
+                                 after[:stamp.start] + after[stamp.stop:])
+            self.assertEqual(list(box.scratch.iterdir()), [])
+
+    def test_data_that_cannot_be_read_back_end_the_session(self):
+        with Sandbox(BUILD) as box:
+            session = subprocess.Popen([KORVA, "/q"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=subprocess.STDOUT, cwd=box.work, env=box.environment())
+            session.stdin.write(b"set obs 1000\ngenerate double x = _n\nquietly preserve\n")
+            session.stdin.write(b'display "kept"\n')
+            session.stdin.flush()
+            while b"kept" not in session.stdout.readline():
+                pass
+            temporary = max(box.scratch.iterdir(), key=lambda path: path.stat().st_size)
+            whole = temporary.read_bytes()
+            temporary.write_bytes(whole[:5000])
+            output = session.communicate(b'quietly restore\ndisplay "too far"\n', timeout=60)[0].decode()
+            self.assertEqual(session.returncode, 1, output)
+            self.assertIn("Error--Korva Exiting:\nCheck Results Window for filename", output)
+            self.assertNotIn("too far", output)
+            # The file that was told outlives the session and the next one.
+            kept = re.search(r"^(/\S+_\d+\.dta)$", output.replace("\n> ", ""), re.M)
+            self.assertIsNotNone(kept, output)
+            self.assertEqual(run(box, ["display 1"])[0], 0)
+            with open(kept[1], "rb") as f:
+                self.assertEqual(f.read(), whole[:5000])
+
+    def test_a_full_disk_preserves_nothing(self):
+        def little_room():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (5000, 5000))
+
+        with Sandbox(BUILD) as box:
+            status, output = run(box, ["set obs 1000", "generate double x = _n", "preserve", "restore",
+                                       "assert x == _n & _N == 1000"], little_room)
+            self.assertEqual(status, 0, output)
+            self.assertRegex(output, r"insufficient disk space[\s\S]*nothing to restore")
+            self.assertNotIn("r(9)", output)
+            self.assertEqual(list(box.scratch.iterdir()), [])
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -26,6 +26,15 @@ generate x3 = 3
 drop x1-x3
 set obs 5000
 generate double w = ln(_n)
+save stressed, replace
+preserve
+use data/old_110, clear
+save stressed, replace oldformat
+restore, preserve
+use x g if g == 1 using stressed, clear
+restore
+save stressed, replace
+use stressed, clear
 use data/bad_table, clear
 use data/cut, clear
 use data/small_hilo
