@@ -51,12 +51,16 @@ ReturnCode CmdAssert(int);
 ReturnCode CmdChar(int);
 ReturnCode CmdCount(int);
 ReturnCode CmdCompress(int);
-ReturnCode CmdDebug(int);  // debug recast, debug check
+ReturnCode CmdDebug(int);  // debug recast, check, tsset
 ReturnCode CmdDrop(int);   // argument: 0 drop, 1 keep
 ReturnCode CmdExpand(int);
 ReturnCode CmdGenerate(int);
 ReturnCode CmdLabel(int);
 ReturnCode CmdList(int);  // argument: 0 list, 1 flist
+ReturnCode CmdMark(int);
+ReturnCode CmdMarkin(int);
+ReturnCode CmdMarkout(int);
+ReturnCode CmdMarksample(int);
 ReturnCode CmdMemory(int);
 ReturnCode CmdMove(int);
 ReturnCode CmdOrder(int);
@@ -67,6 +71,7 @@ ReturnCode Cmd_repart(int);
 ReturnCode CmdRestore(int);
 ReturnCode CmdSummarize(int);
 ReturnCode CmdSave(int);
+ReturnCode CmdTsrevar(int);
 ReturnCode CmdUse(int);
 
 // Rows of the settings table whose field belongs to a folder further right.

@@ -128,11 +128,13 @@ ReturnCode check_store() {
 }  // namespace
 
 // debug recast type varlist [, force]: what recast stands on.
+// debug tsset ...: what tsset stands on (data/tsset.cpp).
 // debug check: the dataset's invariants, for test scripts; 9 with words if one does not hold.
 ReturnCode CmdDebug(int) {
     NextToken();
     if (TokenIs("recast")) return recast_checked();
     if (TokenIs("check")) return check_store();
+    if (TokenIs("tsset")) return set_time();
     return ReportInvalidSyntax();
 }
 

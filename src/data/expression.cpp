@@ -16,6 +16,7 @@
 #include "data/dataset.h"
 #include "data/expression_machine.h"
 #include "data/expression_text.h"
+#include "data/time_series.h"
 
 namespace korva {
 
@@ -32,15 +33,19 @@ std::string evaluated_text;  // the cleaned text of an evaluation; keeps its roo
 
 // The pools as they were, when the scope ends.
 struct PoolGuard {
-    PoolGuard() : n_numbers(expression_pools.n_numbers), text_bytes(expression_pools.text_bytes) {}
+    PoolGuard()
+        : n_numbers(expression_pools.n_numbers), text_bytes(expression_pools.text_bytes),
+          time_series(ts_mark()) {}
     ~PoolGuard() {
         expression_pools.n_numbers = n_numbers;
         expression_pools.text_bytes = text_bytes;
+        ts_forget(time_series);
     }
     PoolGuard(const PoolGuard&) = delete;
     PoolGuard& operator=(const PoolGuard&) = delete;
     int32_t n_numbers;
     int32_t text_bytes;
+    TsMark time_series;
 };
 
 // The value of evaluated_text at observation 1 over all data.
@@ -72,6 +77,7 @@ ReturnCode evaluate(ExpressionMode mode, ExpressionValue* value) {
 void reset_expression_pools() {
     expression_pools.n_numbers = 0;
     expression_pools.text_bytes = 0;
+    ts_forget({});
 }
 
 void ForgetExpressions() {

@@ -90,6 +90,7 @@ struct Compiler {
 
     void named(int begin, int end);
     void plain_name(std::string_view name);
+    void time_series(std::string_view name);
     bool special_name(std::string_view name);  // false: it is none of _n, _N, ...
     bool scalar_value(std::string_view name);  // false: there is no scalar of the name
     [[noreturn]] void fail_not_found(std::string_view name);

@@ -17,6 +17,7 @@
 #include "data/dataset.h"
 #include "data/expression_machine.h"
 #include "data/skeleton.h"
+#include "data/time_series.h"
 
 namespace korva {
 
@@ -355,6 +356,11 @@ bool program_has(const ExpressionRecord& record, int var, bool elsewhere) {
         const bool here = !elsewhere && (code == OP_VARIABLE || code == OP_VARIABLE_S);
         if ((here || code == OP_ELEMENT || code == OP_ELEMENT_S) && record.code[i + 1] == var)
             return true;
+        if (code == OP_TSVARIABLE &&
+            (ts_element(record.code[i + 1]).var == var || time_setting.time_var == var ||
+             time_setting.panel_var == var)) {
+            return true;
+        }
         if (code >= 1 && code < kOpcodes) i += kOpcodeRows[size_t(code)].operands;
     }
     return false;
@@ -414,6 +420,19 @@ void op_ELEMENT(BlockMachine* m, const int16_t* operand) {
         out[i] = obs ? get(var, obs) : kSysMissing;
     }
     set_result(m, d, subscript.constant);
+}
+
+void op_TSVARIABLE(BlockMachine* m, const int16_t* operand) {
+    const TsElement& element = ts_element(operand[0]);
+    double* out = m->own[m->depth];
+    double* whole = m->index ? m->gathered : out;
+    ts_gather(element.op, element.var, m->obs, m->span, m->record->group_first,
+              m->record->group_last, whole);
+    if (m->index) {
+        for (int i = 0; i < m->n; i++) out[i] = whole[m->index[i]];
+    }
+    set_result(m, m->depth, false);
+    m->depth++;
 }
 
 KORVA_WIDE void op_OBS(BlockMachine* m, const int16_t*) {

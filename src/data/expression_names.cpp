@@ -20,6 +20,7 @@
 #include "data/dataset.h"
 #include "data/expression_compiler.h"
 #include "data/skeleton.h"
+#include "data/time_series.h"
 
 namespace korva {
 
@@ -27,10 +28,6 @@ namespace {
 
 constexpr int kMaxLeadingName = 273;  // bytes in front of a bracket
 constexpr ReturnCode kNotAvailable = 199;
-
-constexpr bool is_letter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
 
 struct LimitConstant {
     std::string_view name;
@@ -68,7 +65,9 @@ void Compiler::named(int begin, int end) {
 // A name alone.
 void Compiler::plain_name(std::string_view name) {
     if (name[0] == '_' && special_name(name)) return;
-    if (name.find('.') != std::string_view::npos && is_letter(name[0])) fail_reported(6101);
+    if (is_operator_text(name.substr(0, name.find('.'))) && name.find('.') != name.npos) {
+        return time_series(name);
+    }
     if (const int32_t var = look_up_variable(name)) return variable(var);
     if (StoreFind(name, kKindMatrix)) {
         if (!matrix_mode) fail_reported(509);
@@ -93,6 +92,24 @@ bool Compiler::special_name(std::string_view name) {
         return false;
     }
     return true;
+}
+
+// L.x and its kin: found now, so that the run looks up times and no names.
+void Compiler::time_series(std::string_view name) {
+    const size_t point = name.find('.');
+    std::vector<const TsOperator*> operators;
+    if (ReturnCode rc = parse_operators(name.substr(0, point), &operators)) fail(rc);
+    name.remove_prefix(point + 1);
+    if (name.empty()) fail_syntax();
+    const int32_t var = look_up_variable(name);
+    if (!var) fail_not_found(name);
+    if (ReturnCode rc = refuse_string_operand(var)) fail(rc);
+    if (!operators[0]) return variable(var);
+    if (ReturnCode rc = find_time()) fail(rc);
+    const int element = keep_ts_element(operators[0], var);
+    if (element < 0) fail_reported(130);
+    emit(OP_TSVARIABLE);
+    word(element);
 }
 
 // The scalar of the name as a constant; false if there is none. Its record holds a double, or a

@@ -40,10 +40,16 @@ std::string_view limited(Listing* listing, std::string_view text) {
     return listing->cut_text;
 }
 
+// The number at the observation, through the element's operator.
+double cell_number(const ListColumn& column, int32_t obs) {
+    return varlist_operator(column.element) ? varlist_value(column.element, obs)
+                                            : get(column.var, obs);
+}
+
 // What the cell shows, without padding; valid until the next call.
 std::string_view cell_display(Listing* listing, const ListColumn& column, int32_t obs) {
     if (column.is_string) return limited(listing, cell_text(column.var, obs));
-    const double x = get(column.var, obs);
+    const double x = cell_number(column, obs);
     if (column.label_table) {
         if (const char* label = find_value_label(column.label_table, x)) {
             return limited(listing, label);
@@ -66,7 +72,7 @@ ReturnCode add_up(const Listing& listing, std::vector<Total>* totals) {
         if (session.BreakFlag) return kBreak;
         if (!is_marked(listing, obs)) continue;
         for (size_t k = 0; k < totals->size(); k++) {
-            const double x = get(listing.columns[k].var, obs);
+            const double x = cell_number(listing.columns[k], obs);
             if (is_missing(x)) continue;
             (*totals)[k].sum += x;
             (*totals)[k].n++;
@@ -143,7 +149,7 @@ ReturnCode measure_values(Listing* listing) {
 }
 
 std::string heading_of(const ListOptions& options, const ListColumn& column) {
-    const std::string_view name = dataset.names[column.var - 1];
+    const std::string name = varlist_name(column.element);
     if (options.heading_from_characteristic) {
         const std::string_view own = characteristic(name, "varname");
         if (!own.empty()) return std::string(own.substr(0, kMaxNameBytes));
@@ -275,9 +281,11 @@ ReturnCode parse_list(int argument, ListOptions* options) {
     return 0;
 }
 
-ListColumn make_column(int32_t var, const ListOptions& options) {
+ListColumn make_column(size_t element, const ListOptions& options) {
+    const int32_t var = skeleton.varlist[element];
     ListColumn column;
     column.var = var;
+    column.element = element;
     column.is_string = type_is_string(dataset.types[var - 1]);
     const char* format = dataset.formats[var - 1];
     if (format[1] == '-') column.align = ListAlign::Left;
@@ -304,8 +312,8 @@ ReturnCode CmdList(int argument) {
     Listing listing;
     if (ReturnCode rc = parse_list(argument, &listing.options)) return rc;
     varlist_or_all();
-    for (int32_t var : skeleton.varlist) {
-        listing.columns.push_back(make_column(var, listing.options));
+    for (size_t i = 0; i < skeleton.varlist.size(); i++) {
+        listing.columns.push_back(make_column(i, listing.options));
     }
     if (listing.columns.empty()) return 0;
 

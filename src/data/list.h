@@ -47,6 +47,7 @@ struct ListOptions {
 
 struct ListColumn {
     int32_t var = 0;
+    size_t element = 0;  // of the varlist
     bool is_string = false;
     ListAlign align = ListAlign::Right;
     const char* label_table = nullptr;  // null: numbers show as numbers

@@ -49,6 +49,8 @@ struct NewVariableGuard {
 
 void clear_results(SkeletonState* state) {
     state->varlist.clear();
+    state->operators.clear();
+    state->group_bounds.clear();
     state->varlist_given = state->all_given = false;
     state->new_type_given = state->new_type_automatic = false;
     state->first = range_first();
@@ -265,8 +267,11 @@ ReturnCode parse_list(const Permissions& permit) {
             return rc;
         }
         skeleton.varlist_given = !skeleton.varlist.empty();
-    } else if (ReturnCode rc = parse_varlist(&skeleton.varlist)) {
-        return rc;
+    } else {
+        const bool allowed = permit.operators != kForbidden;
+        const ReturnCode rc = parse_varlist(&skeleton.varlist,
+                                            allowed ? &skeleton.operators : nullptr);
+        if (rc) return rc;
     }
     if (permit.varlist == kRequired && !skeleton.varlist_given) return ReportRequired("varlist");
     return 0;
@@ -394,6 +399,26 @@ int sample_block(int obs, int n, uint8_t* marks) {
     int count = 0;
     for (int k = 0; k < n; k++) count += marks[k] = sample_has(obs + k);
     return count;
+}
+
+const TsOperator* varlist_operator(size_t i) {
+    return skeleton.operators.empty() ? nullptr : skeleton.operators[i];
+}
+
+std::string varlist_name(size_t i) {
+    const char* name = dataset.names[skeleton.varlist[i] - 1];
+    const TsOperator* op = varlist_operator(i);
+    return op ? operator_text(op) + '.' + name : name;
+}
+
+double varlist_value(size_t i, int obs) {
+    double value;
+    varlist_gather(i, obs, 1, &value);
+    return value;
+}
+
+void varlist_gather(size_t i, int obs, int n, double* out) {
+    ts_gather(varlist_operator(i), skeleton.varlist[i], obs, n, range_first(), range_last(), out);
 }
 
 ReturnCode require_numeric(const std::vector<int32_t>& varlist) {

@@ -14,6 +14,7 @@
 #include "core/types.h"
 #include "data/dataset.h"
 #include "data/expression.h"
+#include "data/time_series.h"
 
 namespace korva {
 
@@ -56,6 +57,9 @@ struct SkeletonOption {
 struct SkeletonState {
     Permissions permit;
     std::vector<int32_t> varlist;  // 1-based variable numbers
+    // One for each of the varlist, null without; empty if there is none at all.
+    std::vector<const TsOperator*> operators;
+    std::vector<int32_t> group_bounds;  // new-variable list: places where ( ) begin and end
     bool varlist_given = false;
     bool all_given = false;           // _all stood there alone
     bool new_type_given = false;      // new-variable list: a storage type was typed
@@ -102,6 +106,13 @@ bool sample_has(int obs);
 // marks[k] is 1 where observation obs + k is in the sample; n <= kBlockObs. Returns how many are.
 int sample_block(int obs, int n, uint8_t* marks);
 
+// Elements of skeleton.varlist, 0-based, through their operators: the text of the element, its
+// value at an observation, and n <= kBlockObs values.
+const TsOperator* varlist_operator(size_t i);
+std::string varlist_name(size_t i);
+double varlist_value(size_t i, int obs);
+void varlist_gather(size_t i, int obs, int n, double* out);
+
 // The option readers. Each marks the option used. option_present: `no` + name gives false.
 bool option_present(std::string_view name, int minimum, bool otherwise);
 bool option_text(std::string_view name, int minimum, std::string* text);  // true if name(text) was
@@ -121,8 +132,10 @@ ReturnCode require_numeric(const std::vector<int32_t>& varlist);
 // --- data/varlist.cpp ---
 
 // Reads a list of existing variables from the scanner, up to a keyword, `=`, `,`, `[`, `:` or the
-// end. 103, 111, 198 with words.
-ReturnCode parse_varlist(std::vector<int32_t>* list);
+// end. 103, 111, 198 with words. Time-series operators are refused (6101) without `operators`;
+// with it, it becomes as SkeletonState has it, and time_setting is resolved if there are any.
+ReturnCode parse_varlist(std::vector<int32_t>* list,
+                         std::vector<const TsOperator*>* operators = nullptr);
 
 // The same from a text of its own.
 ReturnCode varlist_from_text(std::string_view text, std::vector<int32_t>* list);

@@ -46,6 +46,7 @@ struct ExactSum {
 
 struct VariableMoments {
     int32_t var = 0;
+    size_t element = 0;        // of the varlist
     bool has_missing = false;  // known behind the first pass
     int64_t n = 0;             // nonmissing values in the sample
     ExactSum sum;
@@ -190,7 +191,7 @@ ReturnCode run_pass(std::vector<VariableMoments>* moments, const SampleMarks& sa
         }
         if (in_sample > 0) {
             for (VariableMoments& m : *moments) {
-                gather(m.var, obs, n, x);
+                varlist_gather(m.element, obs, n, x);
                 step(&m, marks, in_sample == n, x, n);
             }
         }
@@ -282,7 +283,7 @@ struct TableRow {
 };
 
 ReturnCode print_row(const TableRow& row, const Panel& panel) {
-    print_name(dataset.names[row.moments.var - 1]);
+    print_name(varlist_name(row.moments.element));
     const Moments& m = row.shown;
     const double values[kColumnCount] = {0, m.mean, m.sd, m.min, m.max};
     std::string line;
@@ -341,17 +342,21 @@ ReturnCode CmdSummarize(int) {
 
     // A string has no values, so it stays out of the passes and shows 0 observations.
     std::vector<VariableMoments> moments;
-    for (int32_t var : skeleton.varlist) {
+    for (size_t i = 0; i < skeleton.varlist.size(); i++) {
+        const int32_t var = skeleton.varlist[i];
         if (type_is_string(dataset.types[var - 1])) continue;
         moments.emplace_back().var = var;
+        moments.back().element = i;
     }
     if (ReturnCode rc = compute(&moments)) return rc;
 
     std::vector<TableRow> rows;
     size_t next = 0;
-    for (int32_t var : skeleton.varlist) {
+    for (size_t i = 0; i < skeleton.varlist.size(); i++) {
+        const int32_t var = skeleton.varlist[i];
         VariableMoments m;
         m.var = var;
+        m.element = i;
         if (!type_is_string(dataset.types[var - 1])) m = moments[next++];
         rows.push_back({m, finish(m)});
     }

@@ -161,12 +161,6 @@ bool is_operator_element(std::string_view word) {
     return word.find_first_of(".(") != word.npos;
 }
 
-ReturnCode refuse_operators() {
-    if (skeleton.permit.operators == kForbidden) return ReportError(6101);
-    out_error("time-series operators are not available yet\n");
-    return 199;
-}
-
 // The second name of a range, behind its `-` at *p, which is moved behind the name.
 ReturnCode append_range(std::vector<int32_t>* list, int32_t from, char** p) {
     char* start = skip_blanks(*p + 1);
@@ -177,7 +171,6 @@ ReturnCode append_range(std::vector<int32_t>* list, int32_t from, char** p) {
         out_error("'-' invalid\n");
         return 198;
     }
-    if (is_operator_element(word)) return refuse_operators();
     int32_t to = 0;
     if (ReturnCode rc = find_or_report(word, &to, report_missing_variable)) return rc;
     if (to < from) {
@@ -187,13 +180,12 @@ ReturnCode append_range(std::vector<int32_t>* list, int32_t from, char** p) {
     return append_span(list, from, to);
 }
 
-// One element, whose word is at *p and ends at `end`; *p goes behind it, and behind the range it
-// begins.
-ReturnCode append_element(std::vector<int32_t>* list, char** p, char* end) {
-    const std::string_view word(*p, size_t(end - *p));
+// The variables of one element, whose word ends at `end`; *p goes behind it, and behind the range
+// it begins.
+ReturnCode append_variables(std::vector<int32_t>* list, std::string_view word, char** p,
+                            char* end) {
     *p = end;
     if (word == "_all") return append_span(list, 1, dataset.nvar);
-    if (is_operator_element(word)) return refuse_operators();
     if (has_wildcard(word)) {
         if (word.find('~') != word.npos) {
             out_errorf("%.*s:  may not combine ~ and *-or-? notation\n", int(word.size()),
@@ -208,6 +200,58 @@ ReturnCode append_element(std::vector<int32_t>* list, char** p, char* end) {
     if (*next != '-') return append(list, var);
     *p = next;
     return append_range(list, var, p);
+}
+
+// The lists that elements go to; the operators stay empty until there is one.
+struct ListTarget {
+    std::vector<int32_t>* vars;
+    std::vector<const TsOperator*>* operators;  // null: they are not allowed
+};
+
+// op.name, op.pattern or op.name-name: every variable with every operator that op stands for.
+ReturnCode append_with_operators(const ListTarget& to, std::string_view word, char** p, char* end) {
+    const size_t point = operator_point(word);
+    if (point == word.npos || !is_operator_text(word.substr(0, point))) {
+        *p = end;
+        return report_invalid_name(word);
+    }
+    std::vector<const TsOperator*> operators;
+    *p = end;
+    if (ReturnCode rc = parse_operators(word.substr(0, point), &operators)) return rc;
+    std::vector<int32_t> vars;
+    if (ReturnCode rc = append_variables(&vars, word.substr(point + 1), p, end)) return rc;
+    for (int32_t var : vars) {
+        if (ReturnCode rc = refuse_string_operand(var)) return rc;
+        for (const TsOperator* op : operators) {
+            if (ReturnCode rc = append(to.vars, var)) return rc;
+            if (!op && to.operators->empty()) continue;
+            to.operators->resize(to.vars->size());
+            to.operators->back() = op;
+        }
+    }
+    return 0;
+}
+
+// True for L-1.x, which is no range.
+bool has_negative_count(std::string_view word, char* end) {
+    if (*end != '-' || end[1] < '0' || end[1] > '9' || !is_operator_text(word)) return false;
+    return std::string_view(end + 1, size_t(element_end(end + 1) - end - 1)).find('.') !=
+           std::string_view::npos;
+}
+
+ReturnCode append_element(const ListTarget& to, char** p, char* end) {
+    if (to.operators && has_negative_count({*p, size_t(end - *p)}, end)) {
+        end = element_end(end + 1);
+        const std::string_view word(*p, size_t(end - *p));
+        *p = end;
+        out_errorf("%.*s invalid\n", int(word.size()), word.data());
+        return 198;
+    }
+    const std::string_view word(*p, size_t(end - *p));
+    if (!is_operator_element(word)) return append_variables(to.vars, word, p, end);
+    if (to.operators) return append_with_operators(to, word, p, end);
+    *p = end;
+    return ReportError(6101);
 }
 
 // --- new variables ---
@@ -305,11 +349,17 @@ void read_new_type(NewList* to, char** p) {
 }
 
 ReturnCode read_new_group(NewList* to, char** p) {
+    constexpr size_t kMaxBounds = 6;
+    const int32_t begin = int32_t(to->list->size());
     for (*p = skip_blanks(*p + 1); **p != ')'; *p = skip_blanks(*p)) {
         if (!is_element_byte(**p)) return ReportRequired(")");
         if (ReturnCode rc = read_new_name(to, p)) return rc;
     }
     ++*p;
+    if (skeleton.group_bounds.size() < kMaxBounds) {
+        skeleton.group_bounds.push_back(begin);
+        skeleton.group_bounds.push_back(int32_t(to->list->size()));
+    }
     return 0;
 }
 
@@ -406,8 +456,10 @@ ReturnCode find_variable(std::string_view name, int32_t* var) {
     return find_or_report(name, var, ReportNotFound);
 }
 
-ReturnCode parse_varlist(std::vector<int32_t>* list) {
+ReturnCode parse_varlist(std::vector<int32_t>* list, std::vector<const TsOperator*>* operators) {
+    const ListTarget to{list, operators};
     list->clear();
+    if (operators) operators->clear();
     skeleton.varlist_given = skeleton.all_given = false;
     char* p = ScanRest();
     int elements = 0;
@@ -420,14 +472,16 @@ ReturnCode parse_varlist(std::vector<int32_t>* list) {
         if (is_list_end(word)) break;
         elements++;
         all = word == "_all";
-        rc = append_element(list, &p, end);
+        rc = append_element(to, &p, end);
         if (rc) break;
     }
     SetScanPointer(p);
     if (rc) return rc;
     skeleton.varlist_given = elements > 0;
     skeleton.all_given = elements == 1 && all;
-    return 0;
+    if (!operators || operators->empty()) return 0;
+    operators->resize(list->size());
+    return find_time();
 }
 
 ReturnCode varlist_from_text(std::string_view text, std::vector<int32_t>* list) {
@@ -447,6 +501,7 @@ ReturnCode parse_new_varlist(std::vector<int32_t>* list, bool* automatic, bool l
     list->clear();
     *automatic = false;
     skeleton.new_type_given = false;
+    skeleton.group_bounds.clear();
     NewList to{list, automatic, label_names, StorageType(settings.default_type)};
     const int32_t nvar_before = dataset.nvar;
     char* p = ScanRest();

@@ -307,7 +307,7 @@ TEST_F(Expression, NamesAndSubscripts) {
     EXPECT_EQ(number("wide[3]"), 3);
     EXPECT_EQ(code("wid"), 111);  // two variables
     EXPECT_EQ(number("wi~e[3]"), 3);
-    EXPECT_EQ(code("L.x"), 101);
+    EXPECT_EQ(code("L.x"), 111);
     EXPECT_EQ(code("_b[x]"), 111);
     SetResultNumber("total", 42);
     SetResultText("word", "text");

@@ -7,6 +7,7 @@
 #include "core/startup.h"
 #include "core/store.h"
 #include "data/cells.h"
+#include "data/labels.h"
 #include "data/skeleton.h"
 
 namespace korva {
@@ -42,6 +43,20 @@ protected:
         return result;
     }
 
+    // A list with operators, as canonical text.
+    ReturnCode operated(const std::string& text) {
+        std::string copy = text;
+        SetScanPointer(copy.data());
+        reset_expression_pools();
+        const ReturnCode rc = parse_varlist(&skeleton.varlist, &skeleton.operators);
+        operators = skeleton.operators;
+        texts.clear();
+        for (size_t i = 0; rc == 0 && i < skeleton.varlist.size(); i++) {
+            texts += (i > 0 ? " " : "") + varlist_name(i);
+        }
+        return rc;
+    }
+
     // A new list from `text`; the code, and the names and types that were added.
     ReturnCode add_new(const std::string& text, bool label_names = false) {
         const int32_t before = dataset.nvar;
@@ -65,7 +80,8 @@ protected:
         return parse_in_range(first, last);
     }
 
-    std::string added, rest;
+    std::vector<const TsOperator*> operators;
+    std::string added, rest, texts;
     bool automatic = false;
 };
 
@@ -118,13 +134,30 @@ TEST_F(Varlist, ListEndsAtKeywordsAndLeavesThemForTheCaller) {
     }
 }
 
-TEST_F(Varlist, OperatorsAreForbiddenUnlessPermittedAndThenNotThereYet) {
-    add({"x"});
+TEST_F(Varlist, OperatorsAreSharedSortedAndNeedTime) {
+    add({"t", "x", "y"});
     EXPECT_EQ(code("L.x"), 101);
-    skeleton.permit.operators = kAllowed;
-    EXPECT_EQ(code("L.x"), 199);
-    EXPECT_EQ(code("L(1/3).x"), 199);
-    skeleton.permit = Permissions{};
+    EXPECT_EQ(operated("L.x"), 111);  // no time variable
+    ASSERT_EQ(set_characteristic("_dta", "_TStvar", "t"), 0);
+    EXPECT_EQ(operated("L.x"), 5);
+    EXPECT_EQ(operated("L0.x"), 0);  // does nothing, so it needs no time
+    EXPECT_EQ(texts, "x");
+    dataset.sortlist[0] = 1;
+    dataset.sortlist[1] = 0;
+    EXPECT_EQ(operated("x S2S1.x l2d.x-y LFL.x F2L.x"), 0);
+    EXPECT_EQ(texts, "x S1S2.x L2D1.x L2D1.y L1.x F1.x");
+    EXPECT_EQ(operated("L(0/2 5(5)15 17[2]21 7 6 to 4)D.x if x"), 0);
+    EXPECT_EQ(texts,
+              "D1.x L1D1.x L2D1.x L5D1.x L10D1.x L15D1.x L17D1.x L19D1.x L21D1.x L7D1.x L6D1.x "
+              "L5D1.x L4D1.x");
+    EXPECT_EQ(operated("L.x D.y L.x"), 0);
+    EXPECT_EQ(operators[0], operators[2]);
+    for (const char* bad : {"L().x", "L(1/).x", "L(1.5).x", "L(1(0)3).x", "L(to 3).x", "L(1/101).x",
+                            "L-1.x", "L(-1).x", "L99999999999.x", "L.", ".x", "Q.x", "L..x"}) {
+        EXPECT_EQ(operated(bad), 198) << bad;
+    }
+    EXPECT_EQ(operated("D20.x L(1/20).x"), 0);
+    EXPECT_EQ(operated("D21.x"), 1000);
 }
 
 TEST_F(Varlist, NewListsHaveTypesGroupsAndNumberedNames) {
@@ -133,6 +166,7 @@ TEST_F(Varlist, NewListsHaveTypesGroupsAndNumberedNames) {
     EXPECT_EQ(rest, "if x");
     EXPECT_EQ(add_new("double (d e) int q8-q11 = 1"), 0);
     EXPECT_EQ(added, "double d double e int q8 int q9 int q10 int q11");
+    EXPECT_EQ(skeleton.group_bounds, (Vars{0, 2}));
     settings.default_type = kDouble;
     EXPECT_EQ(add_new("f"), 0);
     EXPECT_EQ(added, "double f");
