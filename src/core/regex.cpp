@@ -24,6 +24,7 @@ constexpr int64_t kMaxCopies = 20000;  // characters and groups, every repetitio
 struct RegexState {
     regex_t program = {};
     bool compiled = false;
+    bool refused = false;                      // the pattern is none; nothing is compiled
     std::string pattern;                       // of the compiled program
     std::string subject;                       // of the last match
     bool matched = false;                      // there is a last match, and it succeeded
@@ -130,25 +131,35 @@ private:
 void drop_program() {
     if (regex.compiled) regfree(&regex.program);
     regex.compiled = false;
+    regex.refused = false;
+}
+
+// Compiles the pattern if it is not the one at hand; a refused one is remembered as well.
+bool compile_quietly(std::string_view pattern) {
+    if ((regex.compiled || regex.refused) && regex.pattern == pattern) return regex.compiled;
+    drop_program();
+    regex.pattern = pattern;
+    regex.compiled = PatternSize(pattern).bounded() &&
+                     pattern.find('\0') == std::string_view::npos &&
+                     regcomp(&regex.program, regex.pattern.c_str(), REG_EXTENDED) == 0;
+    regex.refused = !regex.compiled;
+    return regex.compiled;
 }
 
 ReturnCode compile(std::string_view pattern) {
-    if (regex.compiled && regex.pattern == pattern) return 0;
-    drop_program();
-    regex.pattern = pattern;
-    const bool usable = PatternSize(pattern).bounded() &&
-                        pattern.find('\0') == std::string_view::npos &&
-                        regcomp(&regex.program, regex.pattern.c_str(), REG_EXTENDED) == 0;
-    if (!usable) {
-        LevelGuard level(kLevelError);
-        out_error("invalid regular expression\n");
-        return 198;
-    }
-    regex.compiled = true;
-    return 0;
+    if (compile_quietly(pattern)) return 0;
+    LevelGuard level(kLevelError);
+    out_error("invalid regular expression\n");
+    return 198;
 }
 
 }  // namespace
+
+bool RegexIsSound(std::string_view pattern) {
+    if (compile_quietly(pattern)) return true;
+    regex.matched = false;
+    return false;
+}
 
 ReturnCode RegexMatch(std::string_view text, std::string_view pattern, bool* matched) {
     *matched = false;

@@ -15,6 +15,9 @@ constexpr int kMaxSubexpressions = 9;
 
 enum class Subexpression : uint8_t { Found, NothingMatched, OutOfRange };
 
+// Whether the pattern is one, without words. There is no last match if it is not.
+bool RegexIsSound(std::string_view pattern);
+
 // Whether the pattern matches somewhere in the text. 198 with words for a pattern that is none;
 // there is no last match then.
 ReturnCode RegexMatch(std::string_view text, std::string_view pattern, bool* matched);

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -109,12 +110,16 @@ struct Compiler {
     void running_sum(int begin, int end);
     void missing(int begin, int end);
     void by_first_type(int begin, int end, int fewest, int most, int code, int text_code);
+    void by_count(int begin, int end, int fewest, std::span<const int16_t> codes);
     void plural(int begin, int end);
     void scalar(int begin, int end);
     void variable_by_name(int begin, int end);
     void stored_result(std::string_view family_name, int begin, int end);
     void system_value(int begin, int end);
     void limit(std::string_view name, int begin, int end);
+    bool time_bound(int var, char kind, std::string_view literal, int code);
+    void time_range(bool strictly, int begin, int end);
+    void time_literal(char kind, int begin, int end);
 };
 
 }  // namespace korva

@@ -173,8 +173,10 @@ const double* spread(BlockMachine* m, int d) {
     return out;
 }
 
-void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, const uint16_t* index,
-               int n) {
+namespace {
+
+void run_program(BlockMachine* m, ExpressionRecord* record, int obs, int span,
+                 const uint16_t* index, int n) {
     m->record = record;
     m->obs = obs;
     m->span = span;
@@ -210,6 +212,52 @@ void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, con
         kHandlers[size_t(number)](m, code + 1);
         code += 1 + kOpcodeRows[size_t(number)].operands;
     }
+}
+
+// Runs the program an observation at a time: one instruction of it reads what another has left.
+void run_one_by_one(BlockMachine* m, ExpressionRecord* record, int obs, int span,
+                    const uint16_t* index, int n) {
+    double numbers[kBlockObs];
+    uint8_t overflow[kBlockObs];
+    int32_t lengths[kBlockObs];
+    char first[kMaxStringBytes];  // the text of lane 0, whose bytes every run takes again
+    bool overflowed = false;
+    const bool is_text = record->result_type == 1;
+    for (int i = 0; i < n; i++) {
+        run_program(m, record, obs + (index ? index[i] : i), 1, nullptr, 1);
+        overflow[i] = m->overflowed && m->overflow[0];
+        overflowed = overflowed || overflow[i];
+        if (is_text) {
+            const TextLane text = m->texts[0][0];
+            lengths[i] = text.length;
+            memmove(i == 0 ? first : m->text_bytes[0][i], text.text, size_t(text.length));
+        } else {
+            numbers[i] = m->depth > 0 ? *m->numbers[0].x : kSysMissing;
+        }
+    }
+    m->obs = obs;
+    m->span = span;
+    m->n = n;
+    m->index = n == span ? nullptr : index;
+    m->n_columns = 0;
+    m->overflowed = overflowed;
+    memcpy(m->overflow, overflow, size_t(n));
+    if (is_text) {
+        memcpy(m->text_bytes[0][0], first, size_t(lengths[0]));
+        for (int i = 0; i < n; i++) m->texts[0][i] = {m->text_bytes[0][i], lengths[i]};
+    } else {
+        std::copy(numbers, numbers + n, m->own[0]);
+        set_result(m, 0, false);
+    }
+}
+
+}  // namespace
+
+void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, const uint16_t* index,
+               int n) {
+    const bool reads_own_trace = !record->thread_safe && program_uses(*record, OP_REGEXS);
+    if (n > 1 && reads_own_trace) return run_one_by_one(m, record, obs, span, index, n);
+    run_program(m, record, obs, span, index, n);
 }
 
 bool runs_singly(const ExpressionRecord& record) {

@@ -10,7 +10,6 @@
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/expression_machine.h"
-#include "data/special_functions.h"
 
 namespace korva {
 
@@ -138,12 +137,6 @@ double autocode(double x, double n, double lo, double hi) {
     return hi;
 }
 
-// Log of |gamma(x)|; the sign that lgamma() keeps in a global would be shared by all threads.
-double log_gamma(double x) {
-    int sign;
-    return lgamma_r(x, &sign);
-}
-
 }  // namespace
 
 // --- Of one number ---
@@ -188,15 +181,6 @@ void op_EXP(BlockMachine* m, const int16_t*) {
 KORVA_WIDE void op_SQRT(BlockMachine* m, const int16_t*) {
     unary(m, [](double x) { return ((x >= 0) & (x < kSysMissing)) ? std::sqrt(x) : kSysMissing; });
 }
-void op_NORMAL(BlockMachine* m, const int16_t*) {
-    mathematical(m, [](double x) { return 0.5 * std::erfc(-x / M_SQRT2); });
-}
-void op_LNNORMAL(BlockMachine* m, const int16_t*) {
-    unary(m, special_lnnormal);
-}
-void op_INVNORMAL(BlockMachine* m, const int16_t*) {
-    unary(m, special_invnormal);
-}
 void op_ATAN(BlockMachine* m, const int16_t*) {
     mathematical(m, [](double x) { return std::atan(x); });
 }
@@ -220,19 +204,6 @@ void op_TANH(BlockMachine* m, const int16_t*) {
 }
 void op_ATANH(BlockMachine* m, const int16_t*) {
     mathematical(m, [](double x) { return std::atanh(x); });
-}
-void op_LNGAMMA(BlockMachine* m, const int16_t*) {
-    mathematical(m, [](double x) { return log_gamma(x); });
-}
-void op_DIGAMMA(BlockMachine* m, const int16_t*) {
-    unary(m, special_digamma);
-}
-void op_TRIGAMMA(BlockMachine* m, const int16_t*) {
-    unary(m, special_trigamma);
-}
-void op_LNFACTORIAL(BlockMachine* m, const int16_t*) {
-    mathematical(
-        m, [](double x) { return x >= 0 && x == std::floor(x) ? log_gamma(x + 1) : kSysMissing; });
 }
 void op_LOGIT(BlockMachine* m, const int16_t*) {
     mathematical(m, [](double x) { return std::log(x / (1 - x)); });

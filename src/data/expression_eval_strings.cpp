@@ -12,6 +12,7 @@
 
 #include "core/missing.h"
 #include "core/print.h"
+#include "core/settings.h"
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/expression_machine.h"
@@ -351,6 +352,11 @@ void op_LOWER(BlockMachine* m, const int16_t*) {
 }
 void op_UPPER(BlockMachine* m, const int16_t*) {
     map_bytes(m, [](char c) { return upper_of(c); });
+}
+
+// The text with the decimal point that is shown at present: a comma under set dp comma.
+void op_STRSUBDP(BlockMachine* m, const int16_t*) {
+    if (settings.dp_comma) map_bytes(m, [](char c) { return c == '.' ? ',' : c; });
 }
 
 void op_LTRIM(BlockMachine* m, const int16_t*) {

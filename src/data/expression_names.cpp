@@ -17,7 +17,9 @@
 #include "core/store.h"
 #include "core/stored_results.h"
 #include "core/system_values.h"
+#include "core/upcalls.h"
 #include "data/dataset.h"
+#include "data/date_reading.h"
 #include "data/expression_compiler.h"
 #include "data/skeleton.h"
 #include "data/time_series.h"
@@ -40,6 +42,11 @@ constexpr LimitConstant kLimits[] = {
     {"maxlong", 2147483620},   {"minlong", -2147483647},   {"maxint", 32740},
     {"minint", -32767},        {"maxbyte", 100},           {"minbyte", -127},
 };
+
+// Instructions by the number of arguments.
+constexpr int16_t kNormalDensities[] = {OP_NORMALDEN, OP_NORMALDEN2, OP_NORMALDEN3};
+constexpr int16_t kLogNormalDensities[] = {OP_LNNORMALDEN, OP_LNNORMALDEN2, OP_LNNORMALDEN3};
+constexpr int16_t kDates[] = {OP_DATE2, OP_DATE3};
 
 }  // namespace
 
@@ -273,6 +280,11 @@ void Compiler::routine(const FunctionRow& row, int begin, int end) {
         if (begin != end) fail_syntax();
         return emit(session.version < 320 ? OP_UNIFORM0 : OP_UNIFORM);
     case FunctionRoutine::Limit: return limit(row.name, begin, end);
+    case FunctionRoutine::NormalDensity: return by_count(begin, end, 1, kNormalDensities);
+    case FunctionRoutine::LogNormalDensity: return by_count(begin, end, 1, kLogNormalDensities);
+    case FunctionRoutine::Date: return by_count(begin, end, 2, kDates);
+    case FunctionRoutine::TimeRange: return time_range(row.name == "twithin", begin, end);
+    case FunctionRoutine::TimeLiteral: return time_literal(row.name[0], begin, end);
     default: fail_unavailable(row.name);
     }
 }
@@ -322,6 +334,14 @@ void Compiler::by_first_type(int begin, int end, int fewest, int most, int code,
     const int chosen = top_type() == 'S' ? text_code : code;
     emit(chosen, a.count);
     if (kOpcodeRows[size_t(chosen)].operands) word(a.count);
+}
+
+// An instruction for each number of arguments from `fewest` on.
+void Compiler::by_count(int begin, int end, int fewest, std::span<const int16_t> codes) {
+    const Arguments a = split(begin, end);
+    if (a.count < fewest || a.count >= fewest + int(codes.size())) fail_syntax();
+    arguments(a);
+    emit(codes[size_t(a.count - fewest)]);
 }
 
 void Compiler::plural(int begin, int end) {
@@ -388,6 +408,40 @@ void Compiler::limit(std::string_view name, int begin, int end) {
         if (row.name == name) return number(row.value);
     }
     fail_unavailable(name);
+}
+
+// One bound of a time range: variable, literal, comparison. False: the literal is empty.
+bool Compiler::time_bound(int var, char kind, std::string_view literal, int code) {
+    if (literal.empty()) return false;
+    double value;
+    if (!read_time_literal(kind, literal, &value)) fail_syntax();
+    variable(var);
+    number(value);
+    emit(code);
+    return true;
+}
+
+// tin(a, b), twithin(a, b): the time variable lies between the two times.
+void Compiler::time_range(bool strictly, int begin, int end) {
+    const Arguments a = split(begin, end);
+    if (a.count != 2) fail_syntax();
+    const int comma = separators[a.base];
+    n_separators = a.base;
+    const int var = find_variable_exact(CharacteristicOf("_dta", "_TStvar"));
+    if (!var) fail_reported(6101);
+    if (type_is_string(dataset.types[var - 1])) fail_reported(109);
+    const char kind = time_kind(dataset.formats[var - 1]);
+    const bool low = time_bound(var, kind, view(begin, comma), strictly ? OP_GT : OP_GE);
+    const bool high = time_bound(var, kind, view(comma + 1, end), strictly ? OP_LT : OP_LE);
+    if (low && high) emit(OP_AND);
+    if (!low && !high) number(1);
+}
+
+// d(1jan1960), q(1960q1), ...: the elapsed time as a constant.
+void Compiler::time_literal(char kind, int begin, int end) {
+    double value;
+    if (!read_time_literal(kind, view(begin, end), &value)) fail_syntax();
+    number(value);
 }
 
 }  // namespace korva

@@ -31,6 +31,11 @@ enum class FunctionRoutine : uint8_t {
     Caller,
     Limit,
     Uniform,
+    NormalDensity,
+    LogNormalDensity,
+    Date,
+    TimeRange,
+    TimeLiteral,
     Later,  // known by name, not built yet
 };
 
