@@ -318,8 +318,9 @@ double single_pair(int code, double a, double b, bool one_missing, bool* overflo
 
 double run_single(const ExpressionRecord& record, int obs, bool* overflowed) {
     const bool one_missing = session.version < 800;
-    double stack[64];
-    double* top = stack - 1;  // the number pushed last
+    double stack[1 + 64];  // the first place stays empty
+    stack[0] = kSysMissing;
+    double* top = stack;  // the number pushed last
     const int16_t* end = record.code + record.last_code + 1;
     *overflowed = false;
     for (const int16_t* code = record.code; code < end; code++) {
