@@ -428,7 +428,7 @@ void Compiler::time_range(bool strictly, int begin, int end) {
     const int comma = separators[a.base];
     n_separators = a.base;
     const int var = find_variable_exact(CharacteristicOf("_dta", "_TStvar"));
-    if (!var) fail_reported(6101);
+    if (!var) fail_words(111, "time variable not set\n");
     if (type_is_string(dataset.types[var - 1])) fail_reported(109);
     const char kind = time_kind(dataset.formats[var - 1]);
     const bool low = time_bound(var, kind, view(begin, comma), strictly ? OP_GT : OP_GE);
