@@ -92,10 +92,6 @@ struct Block {
     }
 };
 
-StoreRecord* current_program() {
-    return FindProgram(session.ProgramName, session.Scope, kFindPrograms);
-}
-
 // Scans that may be remembered. A traced one shows its lines, so that it is never cut short.
 bool scan_is_remembered() {
     return !session.ExecuteFlag && session.InProgram && !settings.trace;
@@ -103,7 +99,7 @@ bool scan_is_remembered() {
 
 // Goes to the end of the scan from the stored line, if it is known.
 bool jump_over_scan(int32_t start) {
-    StoreRecord* program = current_program();
+    StoreRecord* program = CurrentProgram();
     const int32_t end = program ? RememberedBlockEnd(program, start) : 0;
     if (end > 0) session.ProgramLine = end;
     return end > 0;
@@ -111,7 +107,7 @@ bool jump_over_scan(int32_t start) {
 
 // The scan from the stored line ended with the line just read.
 void remember_scan(int32_t start) {
-    if (StoreRecord* program = current_program()) {
+    if (StoreRecord* program = CurrentProgram()) {
         RememberBlockEnd(program, start, session.ProgramLine);
     }
 }

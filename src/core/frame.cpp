@@ -38,6 +38,8 @@ void save_session(ExecFrame* frame) {
     copy_name(frame->programName, session.ProgramName);
     copy_name(frame->programDisplayName, session.ProgramDisplayName);
     copy_name(frame->scope, session.Scope);
+    frame->programRecord = session.ProgramRecord;
+    frame->programGeneration = session.ProgramGeneration;
     frame->tempNameCounterAtEntry = macros.TempNameCounter;
     frame->tempFileCounterAtEntry = macros.TempFileCounter;
     frame->preserveMark = level_state.preserveMark;
@@ -57,6 +59,7 @@ void save_session(ExecFrame* frame) {
     frame->inLoop = session.InLoop;
     frame->continueState = session.ContinueState;
     frame->ifTaken = session.IfTaken;
+    frame->foreachRest = session.ForeachRest;
     frame->traceDepth = session.TraceDepth;
     frame->blockDepth = session.BlockDepth;
 }
@@ -73,6 +76,7 @@ void enter_program(ExecFrame* frame) {
     copy_name(session.ProgramName, record->name);
     copy_name(session.ProgramDisplayName, record->name);
     copy_name(session.Scope, program->owner[0] != 0 ? program->owner : record->name);
+    ForgetCurrentProgram();
     session.ResultKind = program->resultKind;
     session.ClassProgram = program->classProgram;
     session.SortPreserve = program->sortPreserve;
@@ -89,6 +93,7 @@ void enter_file(ExecFrame* frame, ExecKind kind) {
                   frame->reader.name);
     if (kind == ExecInclude) return;
     session.ProgramName[0] = 0;
+    ForgetCurrentProgram();
     // An ado-file that loads keeps the scope that its load has set: what it defines belongs there.
     if (session.LoadStarting == 0) session.Scope[0] = 0;
     session.LoadStarting = 0;
@@ -128,6 +133,7 @@ void end_level(const ExecFrame& frame) {
     session.InLoop = frame.inLoop;
     session.ContinueState = frame.continueState;
     session.IfTaken = frame.ifTaken;
+    session.ForeachRest = frame.foreachRest;
     DropMacroLevel();
 }
 
@@ -142,6 +148,8 @@ void restore_source(const ExecFrame& frame) {
     copy_name(session.ProgramName, frame.programName);
     copy_name(session.ProgramDisplayName, frame.programDisplayName);
     copy_name(session.Scope, frame.scope);
+    session.ProgramRecord = frame.programRecord;
+    session.ProgramGeneration = frame.programGeneration;
 }
 
 void count_batch_lines(ExecFrame* frame) {
@@ -189,6 +197,7 @@ ReturnCode PushFrame(ExecFrame* frame, ExecKind kind) {
     session.InLoop = 0;
     session.ContinueState = 0;
     session.IfTaken = 0;
+    session.ForeachRest = {};
     return 0;
 }
 
@@ -201,7 +210,7 @@ void PopFrame(ExecFrame* frame, ExecKind kind, bool keepBreak) {
     }
     TraceBeginEnd(true, session.ProgramDisplayName);
     if (kind == ExecProgram) {
-        StoreRecord* record = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
+        StoreRecord* record = CurrentProgram();
         if (record != nullptr && !frame->program_was_in_use) ProgramOf(record)->inUse = 0;
         settings.rmsg = frame->rmsg;
     } else {

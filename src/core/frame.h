@@ -26,6 +26,8 @@ struct ExecFrame {
     char programName[kMaxNameBytes + 2] = {};
     char programDisplayName[kMaxNameBytes + 2] = {};
     char scope[kMaxNameBytes + 1] = {};
+    StoreRecord* programRecord = nullptr;  // the caller's
+    uint32_t programGeneration = 0;
     int32_t tempNameCounterAtEntry = 0;
     int32_t tempFileCounterAtEntry = 0;
     int32_t preserveMark = -1;  // what the caller's level preserved; -1: nothing
@@ -45,6 +47,7 @@ struct ExecFrame {
     uint8_t inLoop = 0;
     uint8_t continueState = 0;
     uint8_t ifTaken = 0;
+    std::string_view foreachRest;
     int32_t traceDepth = 0;
     int32_t blockDepth = 0;
     bool program_was_in_use = false;

@@ -1,10 +1,11 @@
-// core/loops.cpp - while, and the loops that come after its pattern.
+// core/loops.cpp - where the lines of a loop come from, and while.
 //
-// A loop runs on stored program text. In a program its line is a jump target: a pass evaluates the
-// condition, runs the body as a block and sets the line number back, so that the line is read and
-// its macros are expanded again. A loop in a file or at the keyboard is first read up to its
-// closing brace and stored as a program of its own; then it is the same. So is a loop below version
-// 8 of which the body follows on the line itself.
+// A loop runs on stored program text. In a program the line of a while is a jump target: a pass
+// evaluates the condition, runs the body as a block and sets the line number back, so that the line
+// is read and its macros are expanded again; foreach and forvalues jump to the line behind theirs.
+// A loop in a file or at the keyboard is first read up to its closing brace and stored as a program
+// of its own; then it is the same. So is a loop below version 8 of which the body follows on the
+// line itself.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +14,7 @@
 
 #include "core/commands.h"
 #include "core/control.h"
+#include "core/loops.h"
 #include "core/names.h"
 #include "core/print.h"
 #include "core/program.h"
@@ -28,7 +30,19 @@ namespace korva {
 namespace {
 
 constexpr int kMaxLoopDepth = 999;  // three digits in the name of the stored loop
-constexpr const char* kLoopWords[] = {"while", "foreach", "forvalues"};
+
+struct LoopWord {
+    std::string_view name;
+    int minimum;
+    const char* stored_name;  // of the stored loop, by its depth
+};
+constexpr LoopWord kLoopWords[] = {
+    // clang-format off
+    {"while",     2, "%dwhile"},
+    {"foreach",   7, "!%dfe"},
+    {"forvalues", 4, "!%dfe"},
+    // clang-format on
+};
 
 // The source of the current lines, while a stored loop takes its place.
 struct SourceGuard {
@@ -37,6 +51,7 @@ struct SourceGuard {
     }
     ~SourceGuard() {
         std::memcpy(session.ProgramName, name, sizeof name);
+        ForgetCurrentProgram();
         session.ProgramLine = line;
         session.InProgram = in_program;
     }
@@ -47,36 +62,17 @@ struct SourceGuard {
     uint8_t in_program;
 };
 
-// State of the loop around, while a body runs.
-struct LoopGuard {
-    LoopGuard()
-        : in_loop(session.InLoop), continue_state(session.ContinueState), if_taken(session.IfTaken),
-          execute(session.ExecuteFlag) {
-        session.InLoop = 1;
-        session.ContinueState = 0;
-    }
-    ~LoopGuard() {
-        session.InLoop = in_loop;
-        session.ContinueState = continue_state;
-        session.IfTaken = if_taken;
-        session.ExecuteFlag = execute;
-    }
-    LoopGuard(const LoopGuard&) = delete;
-    LoopGuard& operator=(const LoopGuard&) = delete;
-    uint8_t in_loop, continue_state, if_taken, execute;
-};
-
 // The stored text of the line that runs, with its macros, from the loop's word on; empty if the
 // line begins with anything but prefixes and the word.
-std::string stored_line(std::string_view word) {
-    StoreRecord* program = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
+std::string stored_line(const LoopWord& word) {
+    StoreRecord* program = CurrentProgram();
     if (!program || session.ProgramLine < 1) return {};
     std::string_view line = ProgramLineText(program, session.ProgramLine - 1);
     line = TrimBlanks(line.substr(1, line.size() - 2));
     for (;;) {
         const size_t end = std::min(line.find_first_of(" (:"), line.size());
         const std::string_view first = line.substr(0, end);
-        if (MatchAbbreviation(first, word, 2)) return std::string(line);
+        if (MatchAbbreviation(first, word.name, word.minimum)) return std::string(line);
         if (!MatchAbbreviation(first, "capture", 3) && !MatchAbbreviation(first, "quietly", 1) &&
             !MatchAbbreviation(first, "noisily", 1)) {
             return {};
@@ -142,6 +138,7 @@ ReturnCode read_loop(const std::string& line, ProgramText* text) {
 ReturnCode run_stored(const char* name) {
     SourceGuard source;
     std::snprintf(session.ProgramName, sizeof session.ProgramName, "%s", name);
+    ForgetCurrentProgram();
     session.ProgramLine = 0;
     session.InProgram = 1;
     for (;;) {
@@ -156,7 +153,7 @@ ReturnCode run_stored(const char* name) {
 }
 
 // Stores the loop that begins with `line` and runs it.
-ReturnCode run_from_source(const std::string& line) {
+ReturnCode run_from_source(const LoopWord& word, const std::string& line) {
     if (session.ProgramLoopDepth >= kMaxLoopDepth) return ReportError(198);
     if (!LooseBraces() && TrimBlanks(line).back() != '{') return ReportInvalidSyntax();
     ProgramText text;
@@ -164,7 +161,7 @@ ReturnCode run_from_source(const std::string& line) {
     if (text.too_long) return ReportError(1000);
 
     char name[24];
-    std::snprintf(name, sizeof name, "%dwhile", session.ProgramLoopDepth + 1);
+    std::snprintf(name, sizeof name, word.stored_name, session.ProgramLoopDepth + 1);
     if (!StoreLoopProgram(name, text)) return 950;
     std::string pending;  // what follows the loop on its line is not the loop's
     pending.swap(blocks.pending);
@@ -179,8 +176,8 @@ ReturnCode run_from_source(const std::string& line) {
     return code;
 }
 
-// One pass of the loop whose line was just read from a program.
-ReturnCode run_pass() {
+// One pass of the while whose line was just read from a program.
+ReturnCode run_while() {
     const int32_t line = session.ProgramLine - 1;
     ExpressionValue value;
     if (ReturnCode rc = EvaluateScanned(ExpressionMode::Number, &value)) {
@@ -218,35 +215,34 @@ bool body_on_line() {
     return brace && !(TrimBlanks(brace + 1).empty() && TrimBlanks(blocks.pending).empty());
 }
 
-ReturnCode run_while() {
-    if (session.InProgram) {
-        if (!body_on_line()) return FinishLine(run_pass());
-        std::string line = stored_line("while");
-        if (line.empty()) {
-            line = std::string("while ") + ScanRest();
-        } else {
-            blocks.pending.clear();
-        }
-        return FinishLine(run_from_source(line));
-    }
-    if (!session.LineNotExpanded) {
+ReturnCode run_loop(int kind) {
+    const LoopWord& word = kLoopWords[kind];
+    const std::string line = std::string(word.name) + " " + ScanRest();
+    if (!session.InProgram) {
+        if (session.LineNotExpanded) return run_from_source(word, line);
         out_error(std::string(session.CommandWord) +
                   " command may not result from a macro expansion " +
                   "interactively or in do files\n");
         return 198;
     }
-    return FinishLine(run_from_source(std::string("while ") + ScanRest()));
+    if (body_on_line()) {
+        const std::string stored = stored_line(word);
+        if (stored.empty()) return run_from_source(word, line);
+        blocks.pending.clear();
+        return run_from_source(word, stored);
+    }
+    switch (kind) {
+    case 1: return RunForeach();
+    case 2: return RunForvalues();
+    default: return run_while();
+    }
 }
 
 }  // namespace
 
 // while exp {, foreach ... {, forvalues ... {
 ReturnCode CmdWhile(int kind) {
-    if (!session.ExecuteFlag) return FinishLine(SkipBlockOfLine());
-    if (kind == 0) return run_while();
-    out_error(std::string("command ") + kLoopWords[kind] + " is not available yet\n");
-    if (blocks.depth > session.BlockDepth || session.InProgram) SkipBlockOfLine();
-    return 199;
+    return FinishLine(session.ExecuteFlag ? run_loop(kind) : SkipBlockOfLine());
 }
 
 }  // namespace korva

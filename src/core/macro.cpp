@@ -193,7 +193,7 @@ ReturnCode IncrementMacro(std::string_view key, double step) {
 }
 
 std::string_view ForeachRest() {
-    return {};
+    return session.ForeachRest;
 }
 
 }  // namespace korva

@@ -1,9 +1,10 @@
 // core/program.cpp - the records of programs: stored text, look-up, eviction.
 //
 // Several programs may have one name: a global one, and subprograms of ado-files, told apart by
-// their owner. A running program is looked up again for each of its lines, since the record belongs
-// to the store and may go with the program; so look-ups are remembered in a small table, which one
-// counter makes void whenever a record comes or goes.
+// their owner. A running program is asked for again at each of its lines, since the record belongs
+// to the store and may go with the program; so what was found is remembered, in the session for the
+// current program and in a small table for all others, until one counter tells that a record came
+// or went.
 #include "core/program.h"
 
 #include <algorithm>
@@ -22,6 +23,8 @@
 
 namespace korva {
 
+uint32_t program_generation = 1;
+
 namespace {
 
 constexpr int kAutomaticIndent = 8;  // of the version line put in front of an ado-file's program
@@ -29,7 +32,7 @@ constexpr size_t kRememberedLookups = 128;  // a power of two; a call chain touc
 
 struct Lookup {
     StoreRecord* record = nullptr;
-    uint32_t generation = 0;  // of the table when it was entered
+    uint32_t generation = 0;  // program_generation when it was entered
     int which = 0;
     uint8_t name_bytes = 0;
     uint8_t owner_bytes = 0;
@@ -38,7 +41,6 @@ struct Lookup {
 };
 
 struct LookupTable {
-    uint32_t generation = 1;  // bumped whenever a program or plugin comes or goes
     Lookup slots[kRememberedLookups];
 };
 LookupTable lookups;
@@ -258,7 +260,7 @@ void AddProgramLine(ProgramText* text, std::string_view line) {
 StoreRecord* FindProgram(std::string_view name, std::string_view owner, int which) {
     if (name.empty() || name.size() > kMaxNameBytes || owner.size() > kMaxNameBytes) return nullptr;
     Lookup* slot = slot_of(name, which);
-    if (slot->generation == lookups.generation && slot->which == which &&
+    if (slot->generation == program_generation && slot->which == which &&
         same_text(slot->name, slot->name_bytes, name) &&
         same_text(slot->owner, slot->owner_bytes, owner)) {
         return slot->record;
@@ -266,7 +268,7 @@ StoreRecord* FindProgram(std::string_view name, std::string_view owner, int whic
     StoreRecord* record = search(name, owner, which);
     if (!record) return nullptr;
     slot->record = record;
-    slot->generation = lookups.generation;
+    slot->generation = program_generation;
     slot->which = which;
     slot->name_bytes = uint8_t(name.size());
     slot->owner_bytes = uint8_t(owner.size());
@@ -275,8 +277,15 @@ StoreRecord* FindProgram(std::string_view name, std::string_view owner, int whic
     return record;
 }
 
+StoreRecord* FindCurrentProgram() {
+    StoreRecord* record = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
+    session.ProgramRecord = record;
+    session.ProgramGeneration = record ? program_generation : 0;
+    return record;
+}
+
 void ForgetPrograms() {
-    lookups.generation++;
+    if (++program_generation == 0) program_generation = 1;
 }
 
 std::string_view ProgramLineText(const StoreRecord* record, int32_t index) {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/session.h"
 #include "core/store.h"
 #include "core/types.h"
 
@@ -63,6 +64,20 @@ enum : int { kFindPrograms = 1, kFindPlugins = 2, kFindBoth = 3 };
 // The program or plugin of the name: one whose owner is `owner` wins, else the last global one
 // seen. Null: none.
 StoreRecord* FindProgram(std::string_view name, std::string_view owner, int which);
+
+// Counts changes of the programs in the store; never 0.
+extern uint32_t program_generation;
+
+// The same for the program that runs now (session.ProgramName in session.Scope), which every stored
+// line asks for. Whoever writes these names calls ForgetCurrentProgram.
+StoreRecord* FindCurrentProgram();
+inline StoreRecord* CurrentProgram() {
+    if (session.ProgramGeneration == program_generation) return session.ProgramRecord;
+    return FindCurrentProgram();
+}
+inline void ForgetCurrentProgram() {
+    session.ProgramGeneration = 0;
+}
 
 inline ProgramHead* ProgramOf(StoreRecord* record) {
     return reinterpret_cast<ProgramHead*>(record->payload());

@@ -575,7 +575,7 @@ void FetchLine(bool raw) {
 
 bool ReadRawLine() {
     if (session.InProgram) {
-        StoreRecord* program = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
+        StoreRecord* program = CurrentProgram();
         if (program == nullptr || session.ProgramLine >= ProgramOf(program)->lines) return false;
         const std::string_view text = ProgramLineText(program, session.ProgramLine++);
         // The stored line begins with the count of its leading blanks.

@@ -41,7 +41,7 @@ TimeOfDay now() {
 
 // The next line of the running program. False: it has no more.
 bool read_program_line() {
-    StoreRecord* program = FindProgram(session.ProgramName, session.Scope, kFindPrograms);
+    StoreRecord* program = CurrentProgram();
     if (program == nullptr || session.ProgramLine >= ProgramOf(program)->lines) return false;
     const std::string_view text = ProgramLineText(program, session.ProgramLine++);
     const size_t room = size_t(session.conslen) - 1;

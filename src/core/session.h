@@ -14,7 +14,8 @@
 
 namespace korva {
 
-struct LineReader;  // core/reader.h
+struct LineReader;   // core/reader.h
+struct StoreRecord;  // core/store.h
 
 // Output kinds and thresholds; a text prints if its level is at least OutputThreshold.
 enum : uint8_t {
@@ -91,19 +92,22 @@ struct SessionState {
     // The current program, of which the stored text runs while InProgram is set.
     char ProgramName[kMaxNameBytes + 2] = {};
     char ProgramDisplayName[kMaxNameBytes + 2] = {};
-    char Scope[kMaxNameBytes + 1] = {};  // owner whose subprograms are visible; empty: none
-    int32_t ProgramLine = 0;             // index of the next stored line, 0-based
-    uint8_t ResultKind = 0;              // kClass... of the current program
-    uint8_t SortPreserve = 0;            // the current program restores the sort order
+    char Scope[kMaxNameBytes + 1] = {};    // owner whose subprograms are visible; empty: none
+    int32_t ProgramLine = 0;               // index of the next stored line, 0-based
+    StoreRecord* ProgramRecord = nullptr;  // its record, as CurrentProgram() last found it
+    uint32_t ProgramGeneration = 0;  // of the programs at that time; 0: ProgramRecord is not known
+    uint8_t ResultKind = 0;          // kClass... of the current program
+    uint8_t SortPreserve = 0;        // the current program restores the sort order
 
     // Loops and blocks.
     uint8_t InLoop = 0;
     uint8_t ContinueState = 0;  // 0 none, 1 continue, 2 continue, break
     uint8_t IfTaken = 0;        // result of the last if, for else
     int32_t ProgramLoopDepth = 0;
-    uint8_t LineNotExpanded = 0;  // the current line is a loop: the loop command expands what it
-                                  // needs
-    uint8_t FirstStatement = 0;   // nothing of the current line has run yet
+    std::string_view ForeachRest;  // what the current foreach has not yet handed out
+    uint8_t LineNotExpanded = 0;   // the current line is a loop: the loop command expands what it
+                                   // needs
+    uint8_t FirstStatement = 0;    // nothing of the current line has run yet
 
     // Ado-file loading.
     int32_t LoadDepth = 0;

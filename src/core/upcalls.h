@@ -69,6 +69,13 @@ int32_t DatasetObservations();  // nobs
 int64_t DatasetWidth();         // bytes of a row in use
 bool DatasetChanged();
 
+// The variables that a list names, with blanks between (data/varlist.cpp). Codes and words of a
+// variable list; an empty one is an empty text.
+ReturnCode VariableNames(std::string_view list, std::string* names);
+
+// The same for a list of new variables, none of which is made (data/varlist.cpp).
+ReturnCode NewVariableNames(std::string_view list, std::string* names);
+
 // The characteristic of a variable (abbreviation allowed) or of _dta; empty when there is none.
 std::string_view CharacteristicOf(std::string_view owner, std::string_view name);
 

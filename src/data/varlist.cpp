@@ -5,12 +5,16 @@
 // scanner (`*`, `?`, `~`, `-`) are part of them. The scanner is set behind the list at the end.
 #include <charconv>
 #include <cstring>
+#include <set>
+#include <string>
+#include <vector>
 
 #include "core/names.h"
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/settings.h"
+#include "core/upcalls.h"
 #include "data/labels.h"
 #include "data/skeleton.h"
 
@@ -256,14 +260,31 @@ ReturnCode append_element(const ListTarget& to, char** p, char* end) {
 
 // --- new variables ---
 
+// Names of variables that are looked at and not made.
+struct NewNames {
+    std::string text;  // with blanks between
+    std::set<std::string, std::less<>> seen;
+};
+
 struct NewList {
     std::vector<int32_t>* list;
     bool* automatic;
     bool label_names;
-    StorageType type;  // of the names being read
+    StorageType type;           // of the names being read
+    NewNames* names = nullptr;  // null: the variables are made
 };
 
+ReturnCode add_name(NewNames* names, std::string_view name) {
+    if (ReturnCode rc = check_new_name(name)) return rc;
+    if (int64_t(names->seen.size()) >= dataset.mvar) return ReportError(103);
+    if (!names->seen.emplace(name).second) return ReportAlreadyDefined(name);
+    if (!names->text.empty()) names->text += ' ';
+    names->text += name;
+    return 0;
+}
+
 ReturnCode add_new(NewList* to, std::string_view name, std::string_view label) {
+    if (to->names) return add_name(to->names, name);
     if (int64_t(to->list->size()) >= dataset.mvar) return ReportError(103);
     if (!label.empty() && type_is_string(to->type)) return ReportError(181);
     if (ReturnCode rc = addvar(name, to->type)) return rc;
@@ -512,6 +533,36 @@ ReturnCode parse_new_varlist(std::vector<int32_t>* list, bool* automatic, bool l
         list->clear();
     }
     return rc;
+}
+
+ReturnCode VariableNames(std::string_view list, std::string* names) {
+    names->clear();
+    std::vector<int32_t> vars;
+    if (ReturnCode rc = varlist_from_text(list, &vars)) return rc;
+    for (int32_t var : vars) {
+        if (!names->empty()) *names += ' ';
+        *names += dataset.names[var - 1];
+    }
+    return 0;
+}
+
+ReturnCode NewVariableNames(std::string_view list, std::string* names) {
+    names->clear();
+    ScannerGuard keep_scanner;
+    const bool type_given = skeleton.new_type_given;
+    std::string copy(list);
+    bool automatic = false;
+    NewNames found;
+    NewList to{nullptr, &automatic, false, StorageType(settings.default_type), &found};
+    char* p = copy.data();
+    const ReturnCode rc = read_new_list(&to, &p);
+    skeleton.new_type_given = type_given;
+    if (rc) return rc;
+    SetScanPointer(p);
+    NextToken();
+    if (!TokenIsEmpty()) return report_invalid_token();
+    *names = std::move(found.text);
+    return 0;
 }
 
 void undo_new_variables(int32_t nvar_before) {
