@@ -120,9 +120,6 @@ ReturnCode macro_list(bool local, const std::string& name, std::string* list) {
 ReturnCode number_list(const std::string& text, std::string* list) {
     NumberListRules rules;
     rules.min = 0;  // no number is no pass, as with every other list
-    // Each number takes two bytes of the text at least.
-    rules.max = session.macrolen / 2;
-    rules.missing_okay = true;
     std::vector<double> numbers;
     if (ReturnCode rc = ExpandNumberList(text, rules, &numbers)) return ReportError(rc);
     *list = NumberListText(numbers);

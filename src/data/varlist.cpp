@@ -550,13 +550,16 @@ ReturnCode NewVariableNames(std::string_view list, std::string* names) {
     names->clear();
     ScannerGuard keep_scanner;
     const bool type_given = skeleton.new_type_given;
+    const std::vector<int32_t> group_bounds = skeleton.group_bounds;
     std::string copy(list);
     bool automatic = false;
     NewNames found;
-    NewList to{nullptr, &automatic, false, StorageType(settings.default_type), &found};
+    std::vector<int32_t> none;
+    NewList to{&none, &automatic, false, StorageType(settings.default_type), &found};
     char* p = copy.data();
     const ReturnCode rc = read_new_list(&to, &p);
     skeleton.new_type_given = type_given;
+    skeleton.group_bounds = group_bounds;
     if (rc) return rc;
     SetScanPointer(p);
     NextToken();

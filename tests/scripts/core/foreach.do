@@ -85,6 +85,9 @@ foreach v of newlist alpha {
 foreach v of varlist beta {
     display "must not run"
 }
+foreach n of numlist 1 . 2 {
+    display "must not run"
+}
 foreach 1-x in a {
     display "must not run"
 }
