@@ -37,6 +37,13 @@ ReturnCode CmdGettoken(int);
 ReturnCode CmdSet(int);
 ReturnCode CmdQuery(int);
 
+// core: what programs take their own text apart with (core/tokens.cpp, number_list.cpp, ...)
+ReturnCode CmdArgs(int);
+ReturnCode CmdConfirm(int);
+ReturnCode CmdNumlist(int);
+ReturnCode Cmd_parse(int);
+ReturnCode CmdTokenize(int);
+
 // output
 ReturnCode CmdDisplay(int);
 ReturnCode CmdLog(int);
@@ -64,6 +71,7 @@ ReturnCode CmdMarksample(int);
 ReturnCode CmdMemory(int);
 ReturnCode CmdMove(int);
 ReturnCode CmdOrder(int);
+ReturnCode CmdParse(int);
 ReturnCode CmdPreserve(int);
 ReturnCode CmdRename(int);
 ReturnCode CmdReplace(int);
@@ -71,6 +79,7 @@ ReturnCode Cmd_repart(int);
 ReturnCode CmdRestore(int);
 ReturnCode CmdSummarize(int);
 ReturnCode CmdSave(int);
+ReturnCode CmdSyntax(int);
 ReturnCode CmdTsrevar(int);
 ReturnCode CmdUse(int);
 

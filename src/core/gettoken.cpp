@@ -9,6 +9,7 @@
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/scanner.h"
+#include "core/scratch.h"
 #include "core/words.h"
 
 namespace korva {
@@ -17,6 +18,7 @@ namespace {
 
 constexpr size_t kMaxSeparators = 79;  // of parse()
 constexpr ReturnCode kUnbalanced = 132;
+constexpr ReturnCode kScratchExhausted = 9710;
 
 struct TokenRequest {
     std::string first;  // store keys of the macros
@@ -112,10 +114,11 @@ bool closes(char c) {
     return c == ')' || c == ']';
 }
 
-// Index of the bracket that closes the one at the start of the text; npos if none does.
+// Index of the bracket that closes the one at the start of the text, strings passed over; npos if
+// none does.
 size_t closing_bracket(std::string_view text) {
     int depth = 0;
-    for (size_t at = 0; at < text.size(); at++) {
+    for (size_t at = 0; at < text.size(); at = BehindPart(text, at)) {
         if (opens(text[at])) depth++;
         if (closes(text[at]) && --depth == 0) return at;
     }
@@ -176,7 +179,12 @@ ReturnCode CmdGettoken(int) {
     if (ReturnCode rc = take_key(&request.source)) return rc;
     if (ReturnCode rc = take_options(&request)) return rc;
 
-    const std::string text(MacroValue(request.source));  // a macro that is set may be the source
+    // A macro that is set may be the source.
+    const std::string_view value = MacroValue(request.source);
+    const ScratchText copy(value.size() + 1);
+    if (copy.text == nullptr) return kScratchExhausted;
+    value.copy(copy.text, value.size());
+    const std::string_view text(copy.text, value.size());
     TakenToken taken;
     if (ReturnCode rc = take_token(text, request, &taken)) return rc;
     if (ReturnCode rc = SetMacro(request.first, taken.token)) return rc;

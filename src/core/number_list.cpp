@@ -1,4 +1,4 @@
-// core/number_list.cpp - number lists.
+// core/number_list.cpp - number lists and the command numlist.
 //
 // A range is counted before it is written out, so that no text, however small, makes more numbers
 // than the list may have. Its numbers are first + i * step: nothing adds up along the way.
@@ -8,11 +8,17 @@
 #include <charconv>
 #include <cmath>
 
+#include "core/commands.h"
 #include "core/macro.h"
 #include "core/missing.h"
 #include "core/names.h"
+#include "core/option_words.h"
 #include "core/print.h"
+#include "core/return_codes.h"
+#include "core/scanner.h"
+#include "core/session.h"
 #include "core/settings.h"
+#include "core/stored_results.h"
 #include "core/words.h"
 
 namespace korva {
@@ -203,6 +209,40 @@ bool read_bounds(std::string_view text, NumberListRules* rules) {
     return n > 0;
 }
 
+// The text of the list at the scanner, quoted or not, up to the comma or the end, which is left to
+// be read.
+ReturnCode take_list_text(std::string* text) {
+    char* start = SkipBlanks(ScanRest());
+    const std::string_view line = start;
+    const size_t comma = FindOutside(line, ',');
+    std::string_view list = line.substr(0, comma);
+    if (!StripQuotes(&list) && list.find('"') != list.npos) return ReportInvalidSyntax();
+    text->assign(list);
+    SetScanPointer(start + (comma == line.npos ? line.size() : comma));
+    return 0;
+}
+
+ReturnCode read_rules(NumberListRules* rules) {
+    NextToken();
+    if (TokenIsEmpty()) return 0;
+    if (!TokenIs(",")) return ReportInvalidSyntax();
+    while (*NextToken(OptionSeparators)) {
+        const std::string word = scanner.TokenBuffer;
+        std::string argument;
+        const bool takes_one = word == "min" || word == "max" ||
+                               MatchAbbreviation(word, "range", 1);
+        if (takes_one && !TakeParenthesised(&argument)) {
+            out_error("option " + word + " incorrectly specified\n");
+            return 198;
+        }
+        if (ReadNumberListRule(word, argument, rules)) continue;
+        if (!takes_one) return ReportOptionNotAllowed(word);
+        out_error("option " + word + " incorrectly specified\n");
+        return 198;
+    }
+    return 0;
+}
+
 }  // namespace
 
 bool IsWholeNumber(double x) {
@@ -246,6 +286,22 @@ std::string NumberListText(const std::vector<double>& numbers) {
     }
     settings.dp_comma = comma;
     return text;
+}
+
+// numlist "text" [, ascending descending integer missingokay min(#) max(#) range(...) sort]
+ReturnCode CmdNumlist(int) {
+    std::string text;
+    NumberListRules rules;
+    if (ReturnCode rc = take_list_text(&text)) return rc;
+    if (ReturnCode rc = read_rules(&rules)) return rc;
+    // Each number takes two bytes of the result at least.
+    rules.max = std::min(rules.max, session.macrolen / 2);
+    std::vector<double> numbers;
+    if (ReturnCode rc = ExpandNumberList(text, rules, &numbers)) return ReportError(rc);
+    const std::string list = NumberListText(numbers);
+    if (list.size() >= size_t(session.macrolen)) return ReportError(kTooMany);
+    ClearResults();
+    return SetResultText("numlist", list);
 }
 
 }  // namespace korva

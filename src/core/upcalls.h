@@ -79,6 +79,11 @@ ReturnCode NewVariableNames(std::string_view list, std::string* names);
 // The characteristic of a variable (abbreviation allowed) or of _dta; empty when there is none.
 std::string_view CharacteristicOf(std::string_view owner, std::string_view name);
 
+// confirm [new|numeric|string|date|ts] variable list [, exact], the scanner in front of `variable`
+// (data/confirm_variables.cpp). 7, 110, 111 with words.
+enum class ConfirmedVariables : uint8_t { Any, New, Numeric, String, Date, Operators };
+ReturnCode ConfirmVariables(ConfirmedVariables what);
+
 // True while a by prefix runs its groups (data/by.cpp).
 bool ByActive();
 

@@ -41,12 +41,6 @@ StringEnd end_of_plain(std::string_view text, size_t at) {
     return {close + 1, true};
 }
 
-// Index behind the string or the one byte at `at`.
-size_t behind_part(std::string_view text, size_t at) {
-    if (opens_compound(text, at)) return end_of_compound(text, at).behind;
-    return text[at] == '"' ? end_of_plain(text, at).behind : at + 1;
-}
-
 }  // namespace
 
 bool TakeWord(std::string_view* text, std::string_view* word, bool* quoted) {
@@ -67,7 +61,7 @@ bool TakeWord(std::string_view* text, std::string_view* word, bool* quoted) {
         return true;
     }
     size_t at = 0;
-    while (at < rest.size() && rest[at] != ' ') at = behind_part(rest, at);
+    while (at < rest.size() && rest[at] != ' ') at = BehindPart(rest, at);
     *word = rest.substr(0, at);
     *text = rest.substr(at);
     return true;
@@ -89,6 +83,47 @@ void AppendWord(std::string* list, std::string_view word) {
     } else {
         list->append(word);
     }
+}
+
+size_t BehindPart(std::string_view text, size_t at, bool* closed) {
+    StringEnd end{at + 1, true};
+    if (opens_compound(text, at)) {
+        end = end_of_compound(text, at);
+    } else if (text[at] == '"') {
+        end = end_of_plain(text, at);
+    }
+    if (closed != nullptr) *closed = end.closed;
+    return end.behind;
+}
+
+size_t ClosingParenthesis(std::string_view text, size_t at) {
+    int depth = 0;
+    while (at < text.size()) {
+        if (text[at] == '(') depth++;
+        if (text[at] == ')' && --depth == 0) return at;
+        at = BehindPart(text, at);
+    }
+    return text.npos;
+}
+
+size_t FindOutside(std::string_view text, char c) {
+    int depth = 0;
+    for (size_t at = 0; at < text.size(); at = BehindPart(text, at)) {
+        if (text[at] == c && depth <= 0) return at;
+        if (text[at] == '(') depth++;
+        if (text[at] == ')') depth--;
+    }
+    return text.npos;
+}
+
+bool StripQuotes(std::string_view* text) {
+    const std::string_view whole = TrimBlanks(*text);
+    if (whole.empty() || !(whole[0] == '"' || opens_compound(whole, 0))) return false;
+    bool closed = false;
+    if (BehindPart(whole, 0, &closed) != whole.size() || !closed) return false;
+    const size_t quote = whole[0] == '"' ? 1 : 2;
+    *text = whole.substr(quote, whole.size() - 2 * quote);
+    return true;
 }
 
 std::string_view TrimBlanks(std::string_view text) {

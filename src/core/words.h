@@ -20,6 +20,21 @@ std::vector<std::string_view> SplitWords(std::string_view text);
 // Appends the word to a list, with a blank between, in the quotes that it needs to stay one word.
 void AppendWord(std::string* list, std::string_view word);
 
+// Index behind the string, plain or compound, that begins at `at`, or behind the one byte there. A
+// string that does not close ends with the text; *closed tells (null: not asked for).
+size_t BehindPart(std::string_view text, size_t at, bool* closed = nullptr);
+
+// Index of the parenthesis that closes the one at `at`, inner pairs and strings passed over; npos:
+// it does not close.
+size_t ClosingParenthesis(std::string_view text, size_t at);
+
+// Index of the first byte `c` outside of strings and parentheses; npos: there is none.
+size_t FindOutside(std::string_view text, char c);
+
+// The text without its quotes when it is, but for blanks around it, one quoted string as a whole;
+// true if it was.
+bool StripQuotes(std::string_view* text);
+
 // The text without the blanks at its ends.
 std::string_view TrimBlanks(std::string_view text);
 

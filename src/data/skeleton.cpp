@@ -65,6 +65,18 @@ void clear_results(SkeletonState* state) {
     state->options.clear();
 }
 
+struct WeightWord {
+    std::string_view name;
+    int minimum;
+    uint8_t type;  // 0: the command's default
+};
+// In the order of the test: `w` is taken before any of the four.
+constexpr WeightWord kWeightWords[] = {
+    {"weight", 1, 0},         {"cellsize", 4, kAweight}, {"frequency", 4, kFweight},
+    {"fweight", 2, kFweight}, {"aweight", 2, kAweight},  {"pweight", 2, kPweight},
+    {"iweight", 2, kIweight},
+};
+
 // --- the pieces ---
 
 // End of the string that begins at text (a double quote, or a backquote and one): behind its close,
@@ -168,28 +180,6 @@ ReturnCode parse_exp(const Permissions& permit) {
     return 0;
 }
 
-struct WeightWord {
-    std::string_view name;
-    int minimum;
-    uint8_t type;  // 0: the command's default
-};
-// In the order of the test: `w` is taken before any of the four.
-constexpr WeightWord kWeightWords[] = {
-    {"weight", 1, 0},         {"cellsize", 4, kAweight}, {"frequency", 4, kFweight},
-    {"fweight", 2, kFweight}, {"aweight", 2, kAweight},  {"pweight", 2, kPweight},
-    {"iweight", 2, kIweight},
-};
-
-std::string_view weight_name(uint8_t type) {
-    switch (type) {
-    case kAweight: return "aweight";
-    case kFweight: return "fweight";
-    case kPweight: return "pweight";
-    case kIweight: return "iweight";
-    default: return "weight";
-    }
-}
-
 // Behind the bracket: word, `=`, expression, bracket.
 ReturnCode parse_weight(const Permissions& permit) {
     if (PeekChar() == ']') {
@@ -202,30 +192,10 @@ ReturnCode parse_weight(const Permissions& permit) {
     }
     if (permit.weights == 0) return ReportNotAllowed("weights");
 
-    NextToken();
-    const WeightWord* word = nullptr;
-    for (const WeightWord& candidate : kWeightWords) {
-        if (MatchAbbreviation(scanner.TokenBuffer, candidate.name, candidate.minimum)) {
-            word = &candidate;
-            break;
-        }
+    if (ReturnCode rc = read_weight(permit.weights, permit.default_weight, &skeleton.weight_type,
+                                    &skeleton.weight_text)) {
+        return rc;
     }
-    if (!word) {
-        out_errorf("%s unknown weight type\n", scanner.TokenBuffer);
-        return 198;
-    }
-    if (word->type != 0 && !(permit.weights & word->type)) {
-        return ReportNotAllowed(weight_name(word->type));
-    }
-    skeleton.weight_type = word->type ? word->type : permit.default_weight;
-
-    NextToken();
-    if (!TokenIs("=")) return ReportRequired("=");
-    char* rest = ScanRest();
-    const char* close = find_close(rest, '[', ']');
-    if (!close) return ReportRequired("]");
-    skeleton.weight_text.assign(rest, size_t(close - rest));
-    SetScanPointer(rest + (close - rest) + 1);
     return compile_weight(permit);
 }
 
@@ -356,6 +326,43 @@ ReturnCode report_invalid_token() {
     const char* quote = TokenIsString() ? "\"" : "";
     out_errorf("'%s%s' invalid\n", scanner.TokenBuffer, quote);
     return 198;
+}
+
+std::string_view weight_name(uint8_t type) {
+    switch (type) {
+    case kAweight: return "aweight";
+    case kFweight: return "fweight";
+    case kPweight: return "pweight";
+    case kIweight: return "iweight";
+    default: return "weight";
+    }
+}
+
+ReturnCode read_weight(uint8_t allowed, uint8_t otherwise, uint8_t* type, std::string* text) {
+    NextToken();
+    const WeightWord* word = nullptr;
+    for (const WeightWord& candidate : kWeightWords) {
+        if (MatchAbbreviation(scanner.TokenBuffer, candidate.name, candidate.minimum)) {
+            word = &candidate;
+            break;
+        }
+    }
+    if (!word) {
+        out_errorf("%s unknown weight type\n", scanner.TokenBuffer);
+        return 198;
+    }
+    if (word->type != 0 && !(allowed & word->type))
+        return ReportNotAllowed(weight_name(word->type));
+    *type = word->type ? word->type : otherwise;
+
+    NextToken();
+    if (!TokenIs("=")) return ReportRequired("=");
+    char* rest = ScanRest();
+    const char* close = find_close(rest, '[', ']');
+    if (!close) return ReportRequired("]");
+    text->assign(rest, size_t(close - rest));
+    SetScanPointer(rest + (close - rest) + 1);
+    return 0;
 }
 
 ReturnCode parse_skeleton() {

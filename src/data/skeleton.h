@@ -97,6 +97,13 @@ void forget_parsed_skeleton();
 // "'text' invalid", 198, for the token just taken.
 ReturnCode report_invalid_token();
 
+// A weight behind its `[`, up to and with the `]`: the type, `otherwise` for plain [weight=], and
+// the text of its expression, not looked at yet. 100, 101, 198 with words.
+ReturnCode read_weight(uint8_t allowed, uint8_t otherwise, uint8_t* type, std::string* text);
+
+// "fweight" for kFweight; "weight" for none.
+std::string_view weight_name(uint8_t type);
+
 // All variables but (e), if the varlist is empty.
 void varlist_or_all();
 
@@ -138,7 +145,8 @@ ReturnCode parse_varlist(std::vector<int32_t>* list,
                          std::vector<const TsOperator*>* operators = nullptr);
 
 // The same from a text of its own.
-ReturnCode varlist_from_text(std::string_view text, std::vector<int32_t>* list);
+ReturnCode varlist_from_text(std::string_view text, std::vector<int32_t>* list,
+                             std::vector<const TsOperator*>* operators = nullptr);
 
 // One variable by name or abbreviation; 111 with words.
 ReturnCode find_variable(std::string_view name, int32_t* var);
@@ -150,6 +158,14 @@ int32_t look_up_variable(std::string_view name);
 // again. Without a type a variable has that of `set type`. *automatic: the type was plain `str`.
 // Sets skeleton.new_type_given. 103, 110, 181, 198, 900 and its kin with words.
 ReturnCode parse_new_varlist(std::vector<int32_t>* list, bool* automatic, bool label_names);
+
+struct NewVariable {
+    std::string name;
+    StorageType type;
+};
+
+// Reads the same grammar from the scanner without adding anything; the same codes.
+ReturnCode read_new_names(std::vector<NewVariable>* names);
 
 // Drops the last variables, back to nvar = n, as if they had never been added.
 void undo_new_variables(int32_t nvar_before);

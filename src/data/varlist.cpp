@@ -5,8 +5,8 @@
 // scanner (`*`, `?`, `~`, `-`) are part of them. The scanner is set behind the list at the end.
 #include <charconv>
 #include <cstring>
-#include <set>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "core/names.h"
@@ -260,31 +260,26 @@ ReturnCode append_element(const ListTarget& to, char** p, char* end) {
 
 // --- new variables ---
 
-// Names of variables that are looked at and not made.
-struct NewNames {
-    std::string text;  // with blanks between
-    std::set<std::string, std::less<>> seen;
-};
-
 struct NewList {
     std::vector<int32_t>* list;
     bool* automatic;
     bool label_names;
-    StorageType type;           // of the names being read
-    NewNames* names = nullptr;  // null: the variables are made
+    StorageType type;  // of the names being read
+    // Where the names are only to be read: they go here, and nothing is added.
+    std::vector<NewVariable>* names = nullptr;
+    std::unordered_set<std::string> taken = {};
 };
 
-ReturnCode add_name(NewNames* names, std::string_view name) {
+ReturnCode note_new(NewList* to, std::string_view name) {
+    if (int64_t(to->names->size()) >= dataset.mvar) return ReportError(103);
     if (ReturnCode rc = check_new_name(name)) return rc;
-    if (int64_t(names->seen.size()) >= dataset.mvar) return ReportError(103);
-    if (!names->seen.emplace(name).second) return ReportAlreadyDefined(name);
-    if (!names->text.empty()) names->text += ' ';
-    names->text += name;
+    if (!to->taken.emplace(name).second) return ReportAlreadyDefined(name);
+    to->names->push_back({std::string(name), to->type});
     return 0;
 }
 
 ReturnCode add_new(NewList* to, std::string_view name, std::string_view label) {
-    if (to->names) return add_name(to->names, name);
+    if (to->names != nullptr) return note_new(to, name);
     if (int64_t(to->list->size()) >= dataset.mvar) return ReportError(103);
     if (!label.empty() && type_is_string(to->type)) return ReportError(181);
     if (ReturnCode rc = addvar(name, to->type)) return rc;
@@ -505,12 +500,13 @@ ReturnCode parse_varlist(std::vector<int32_t>* list, std::vector<const TsOperato
     return find_time();
 }
 
-ReturnCode varlist_from_text(std::string_view text, std::vector<int32_t>* list) {
+ReturnCode varlist_from_text(std::string_view text, std::vector<int32_t>* list,
+                             std::vector<const TsOperator*>* operators) {
     ScannerGuard keep_scanner;
     const bool given = skeleton.varlist_given, all = skeleton.all_given;
     std::string copy(text);
     SetScanPointer(copy.data());
-    ReturnCode rc = parse_varlist(list);
+    ReturnCode rc = parse_varlist(list, operators);
     skeleton.varlist_given = given;
     skeleton.all_given = all;
     if (rc) return rc;
@@ -535,6 +531,18 @@ ReturnCode parse_new_varlist(std::vector<int32_t>* list, bool* automatic, bool l
     return rc;
 }
 
+ReturnCode read_new_names(std::vector<NewVariable>* names) {
+    names->clear();
+    skeleton.group_bounds.clear();
+    bool automatic = false;
+    std::vector<int32_t> added;  // stays empty
+    NewList to{&added, &automatic, false, StorageType(settings.default_type), names};
+    char* p = ScanRest();
+    const ReturnCode rc = read_new_list(&to, &p);
+    SetScanPointer(p);
+    return rc;
+}
+
 ReturnCode VariableNames(std::string_view list, std::string* names) {
     names->clear();
     std::vector<int32_t> vars;
@@ -552,19 +560,18 @@ ReturnCode NewVariableNames(std::string_view list, std::string* names) {
     const bool type_given = skeleton.new_type_given;
     const std::vector<int32_t> group_bounds = skeleton.group_bounds;
     std::string copy(list);
-    bool automatic = false;
-    NewNames found;
-    std::vector<int32_t> none;
-    NewList to{&none, &automatic, false, StorageType(settings.default_type), &found};
-    char* p = copy.data();
-    const ReturnCode rc = read_new_list(&to, &p);
+    SetScanPointer(copy.data());
+    std::vector<NewVariable> found;
+    const ReturnCode rc = read_new_names(&found);
     skeleton.new_type_given = type_given;
     skeleton.group_bounds = group_bounds;
     if (rc) return rc;
-    SetScanPointer(p);
     NextToken();
     if (!TokenIsEmpty()) return report_invalid_token();
-    *names = std::move(found.text);
+    for (const NewVariable& variable : found) {
+        if (!names->empty()) *names += ' ';
+        *names += variable.name;
+    }
     return 0;
 }
 
