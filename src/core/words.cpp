@@ -139,4 +139,12 @@ size_t PieceLength(std::string_view text, size_t columns) {
     return blank == std::string_view::npos || blank + 1 < columns / 2 ? columns : blank + 1;
 }
 
+std::string WithCommas(int64_t number, int columns) {
+    std::string text = std::to_string(number);
+    const int first = number < 0 ? 1 : 0;
+    for (int at = int(text.size()) - 3; at > first; at -= 3) text.insert(size_t(at), 1, ',');
+    if (int(text.size()) < columns) text.insert(0, size_t(columns) - text.size(), ' ');
+    return text;
+}
+
 }  // namespace korva

@@ -3,6 +3,7 @@
 // Unlike the tokens of the scanner, words have no limit of length: lists in macros go through here.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,14 @@ std::string_view TrimBlanks(std::string_view text);
 // How many bytes of the text go on a line of `columns` (1 at least): all that fit, or up to behind
 // the last blank among them, unless that leaves more than half of the line empty.
 size_t PieceLength(std::string_view text, size_t columns);
+
+// What makes a word that counts n things a plural: nothing for 1.
+inline const char* PluralEnd(int64_t n) {
+    return n == 1 ? "" : "s";
+}
+
+// The number with a comma in front of every three digits, on the right of `columns` columns.
+std::string WithCommas(int64_t number, int columns);
 
 // The first byte at or behind p that is no blank; the NUL if there is none.
 inline char* SkipBlanks(char* p) {

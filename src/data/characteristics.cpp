@@ -21,8 +21,6 @@ namespace korva {
 
 namespace {
 
-constexpr std::string_view kDatasetOwner = "_dta";
-
 // _dta, or a variable by name or abbreviation.
 ReturnCode find_owner(const std::string& typed, std::string* owner) {
     *owner = kDatasetOwner;

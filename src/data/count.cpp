@@ -9,6 +9,7 @@
 #include "core/scanner.h"
 #include "core/session.h"
 #include "core/stored_results.h"
+#include "core/words.h"
 #include "data/by.h"
 #include "data/row_loop.h"
 #include "data/skeleton.h"
@@ -93,17 +94,13 @@ ReturnCode test_range(Tests* tests) {
     return rc == kStopLoop ? 0 : rc;
 }
 
-const char* plural(int64_t n) {
-    return n == 1 ? "" : "s";
-}
-
 ReturnCode report_false() {
     const LevelGuard level(kLevelError);
     if (assertion.n_tested > 1) {
         const char* unit = by_state.active ? "by-group" : "observation";
         out_errorf("%lld contradiction%s in %lld %s%s\n", static_cast<long long>(assertion.n_false),
-                   plural(assertion.n_false), static_cast<long long>(assertion.n_tested), unit,
-                   plural(assertion.n_tested));
+                   PluralEnd(assertion.n_false), static_cast<long long>(assertion.n_tested), unit,
+                   PluralEnd(assertion.n_tested));
     }
     out_error("assertion is false\n");
     return assertion.rc0 ? 0 : kAssertionFalse;

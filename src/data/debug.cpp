@@ -13,6 +13,7 @@
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/session.h"
+#include "core/words.h"
 #include "data/cells.h"
 #include "data/expression.h"
 #include "data/skeleton.h"
@@ -52,10 +53,6 @@ ReturnCode count_losses(int var, StorageType type, int64_t* lost) {
     return 0;
 }
 
-const char* plural(int64_t n) {
-    return n == 1 ? "" : "s";
-}
-
 ReturnCode parse_type(StorageType* type) {
     NextToken();
     if (TokenIsEmpty()) return ReportRequired("type");
@@ -69,7 +66,7 @@ ReturnCode refuse(const std::vector<int64_t>& losses) {
         if (losses[i] == 0) continue;
         out_errorf("%s: %lld value%s would change; not recast\n",
                    dataset.names[skeleton.varlist[i] - 1], static_cast<long long>(losses[i]),
-                   plural(losses[i]));
+                   PluralEnd(losses[i]));
     }
     return kWouldLose;
 }
@@ -79,7 +76,7 @@ void say_lost(const std::vector<int64_t>& losses) {
     for (size_t i = 0; i < losses.size(); i++) {
         if (losses[i] == 0) continue;
         out_textf("%s: %lld value%s changed\n", dataset.names[skeleton.varlist[i] - 1],
-                  static_cast<long long>(losses[i]), plural(losses[i]));
+                  static_cast<long long>(losses[i]), PluralEnd(losses[i]));
     }
 }
 

@@ -128,13 +128,6 @@ Shape measure(bool all) {
     return shape;
 }
 
-std::string with_commas(int64_t number, int columns) {
-    std::string text = std::to_string(number);
-    for (int at = int(text.size()) - 3; at > 0; at -= 3) text.insert(size_t(at), 1, ',');
-    if (int(text.size()) < columns) text.insert(0, size_t(columns) - text.size(), ' ');
-    return text;
-}
-
 void print_value(std::string_view text) {
     LevelGuard level(kLevelResult);
     out_text(text);
@@ -180,11 +173,11 @@ void print_pieces(std::string_view text, const Layout& layout, int indent, int w
 void print_count(const char* word, int64_t count, int64_t limit, bool detail,
                  std::string_view text) {
     out_text(word);
-    print_value(with_commas(count, kCountColumns));
+    print_value(WithCommas(count, kCountColumns));
     int column = int(std::strlen(word)) + kCountColumns;
     if (detail) {
         out_text(" (max=");
-        print_value(with_commas(limit, kMaxColumns));
+        print_value(WithCommas(limit, kMaxColumns));
         out_text(")");
         column += 6 + kMaxColumns + 1;
     }
@@ -236,14 +229,14 @@ void print_header(const Shape& shape, bool detail, const Subject& subject) {
     print_count(" vars:", shape.nvar, shape.nvar_max, detail, subject.date());
 
     out_text(" size:");
-    print_value(with_commas((shape.width + kRowOverhead) * shape.nobs, kCountColumns));
+    print_value(WithCommas((shape.width + kRowOverhead) * shape.nobs, kCountColumns));
     int column = int(std::strlen(" size:")) + kCountColumns;
     if (!detail) {
         char text[40];
         std::snprintf(text, sizeof text, " (%5.1f%% of memory free)", percent_free());
         print_fitting(text, &column);
     }
-    if (subject.has_notes("_dta")) print_fitting("  (_dta has notes)", &column);
+    if (subject.has_notes(kDatasetOwner)) print_fitting("  (_dta has notes)", &column);
     out_newline();
 }
 

@@ -14,6 +14,9 @@
 namespace korva {
 
 constexpr int kTimeStampBytes = 18;  // "12 Jul 2004 16:20" with its NUL
+// Where types are letters, a string is this and its width; the widest fills the byte.
+constexpr int kLetterStringBase = 127;
+constexpr int kLetterStringMost = 255 - kLetterStringBase;
 
 // Widths in bytes of the fields of one format.
 struct DtaFormat {

@@ -17,7 +17,6 @@ namespace korva {
 
 namespace {
 
-constexpr std::string_view kDatasetOwner = "_dta";
 constexpr uint8_t kCharacteristicRecord = 1;
 constexpr int kValueLabelPadding = 3;
 

@@ -24,14 +24,13 @@ void put_text(char* to, size_t room, std::string_view text) {
 
 // The storage type that a letter of the older type lists stands for; 0: none.
 StorageType type_of_letter(uint8_t letter) {
-    constexpr int kStringBase = 127;  // a string of length L is 127 + L
     switch (letter) {
     case 'b': return kByte;
     case 'i': return kInt;
     case 'l': return kLong;
     case 'f': return kFloat;
     case 'd': return kDouble;
-    default: return letter > kStringBase ? StorageType(letter - kStringBase) : 0;
+    default: return letter > kLetterStringBase ? StorageType(letter - kLetterStringBase) : 0;
     }
 }
 

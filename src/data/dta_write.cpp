@@ -31,8 +31,6 @@ namespace {
 
 constexpr size_t kBlockBytes = 24000;  // bytes moved at a time; fits the first-level cache
 constexpr size_t kBlockAlignment = 64;
-constexpr int kStringBase = 127;  // of a string's letter: its width is added
-constexpr std::string_view kDatasetOwner = "_dta";
 
 // Bytes of the row in memory that stand together in the file's row.
 struct Run {
@@ -108,7 +106,7 @@ uint8_t type_code(StorageType type, const DtaFormat& format) {
     case kLong: return 'l';
     case kFloat: return 'f';
     case kDouble: return 'd';
-    default: return uint8_t(kStringBase + type);
+    default: return uint8_t(kLetterStringBase + type);
     }
 }
 

@@ -14,6 +14,7 @@
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/session.h"
+#include "core/words.h"
 #include "data/cells.h"
 #include "data/row_loop.h"
 #include "data/skeleton.h"
@@ -90,14 +91,10 @@ ReturnCode append_copies(const Copies& copies) {
     return 0;
 }
 
-const char* plural(int64_t n) {
-    return n == 1 ? "" : "s";
-}
-
 void say_ignored(int64_t n, const char* kind) {
     if (n == 0) return;
     out_textf("(%lld %s count%s ignored; observation%s not deleted)\n", static_cast<long long>(n),
-              kind, plural(n), plural(n));
+              kind, PluralEnd(n), PluralEnd(n));
 }
 
 void say_what_was_done(const Copies& copies) {
@@ -105,13 +102,14 @@ void say_what_was_done(const Copies& copies) {
     say_ignored(copies.n_missing, "missing");
     if (copies.n_noninteger > 0) {
         out_textf("(%lld noninteger count%s rounded to integer)\n",
-                  static_cast<long long>(copies.n_noninteger), plural(copies.n_noninteger));
+                  static_cast<long long>(copies.n_noninteger), PluralEnd(copies.n_noninteger));
     }
     say_ignored(copies.n_negative, "negative");
     say_ignored(copies.n_zero, "zero");
     const int64_t created = int64_t(copies.total);
     if (created == 0) return;
-    out_textf("(%lld observation%s created)\n", static_cast<long long>(created), plural(created));
+    out_textf("(%lld observation%s created)\n", static_cast<long long>(created),
+              PluralEnd(created));
 }
 
 }  // namespace

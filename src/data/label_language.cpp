@@ -27,7 +27,6 @@ namespace korva {
 namespace {
 
 constexpr std::string_view kDefaultLanguage = "default";
-constexpr std::string_view kOwner = "_dta";
 constexpr std::string_view kTextPrefix = "_lang_v_";
 constexpr std::string_view kTablePrefix = "_lang_l_";
 // So that a prefix and the name together are the name of a characteristic.
@@ -46,10 +45,10 @@ struct Languages {
 
 Languages read_languages() {
     Languages languages;
-    languages.current = characteristic(kOwner, "_lang_c");
+    languages.current = characteristic(kDatasetOwner, "_lang_c");
     if (languages.current.empty()) languages.current = kDefaultLanguage;
     // A file from elsewhere may list the current language too, or one twice.
-    for (std::string_view name : SplitWords(characteristic(kOwner, "_lang_list"))) {
+    for (std::string_view name : SplitWords(characteristic(kDatasetOwner, "_lang_list"))) {
         const bool listed = name == languages.current || languages.has_other(name);
         if (!listed) languages.others.emplace_back(name);
     }
@@ -130,7 +129,7 @@ ReturnCode put_away(LabelTransaction* t, std::string_view language) {
             return rc;
         }
     }
-    return replace_characteristic(t, kOwner, text_name, dataset.label);
+    return replace_characteristic(t, kDatasetOwner, text_name, dataset.label);
 }
 
 ReturnCode replace_variable_label(LabelTransaction* t, int var, std::string_view text) {
@@ -164,9 +163,9 @@ ReturnCode take_out(LabelTransaction* t, std::string_view language) {
         t->remove(find_characteristic(owner, text_name));
         t->remove(find_characteristic(owner, table_name));
     }
-    t->data_label = characteristic(kOwner, text_name).substr(0, kDataLabelBytes - 1);
+    t->data_label = characteristic(kDatasetOwner, text_name).substr(0, kDataLabelBytes - 1);
     t->has_data_label = true;
-    t->remove(find_characteristic(kOwner, text_name));
+    t->remove(find_characteristic(kDatasetOwner, text_name));
     return 0;
 }
 
@@ -178,14 +177,15 @@ void forget_language(LabelTransaction* t, std::string_view language) {
         t->remove(find_characteristic(dataset.names[var - 1], text_name));
         t->remove(find_characteristic(dataset.names[var - 1], table_name));
     }
-    t->remove(find_characteristic(kOwner, text_name));
+    t->remove(find_characteristic(kDatasetOwner, text_name));
 }
 
 ReturnCode write_languages(LabelTransaction* t, const Languages& languages) {
     std::string list;
     for (const std::string& name : languages.others) AppendWord(&list, name);
-    if (ReturnCode rc = replace_characteristic(t, kOwner, "_lang_c", languages.current)) return rc;
-    return replace_characteristic(t, kOwner, "_lang_list", list);
+    if (ReturnCode rc = replace_characteristic(t, kDatasetOwner, "_lang_c", languages.current))
+        return rc;
+    return replace_characteristic(t, kDatasetOwner, "_lang_list", list);
 }
 
 // --- what is said ---

@@ -29,7 +29,6 @@ namespace {
 
 constexpr size_t kTableHead = 2 * sizeof(int32_t);
 constexpr size_t kCharacteristicHead = kMaxNameBytes + 1;  // its name, before the text
-constexpr std::string_view kDatasetOwner = "_dta";
 constexpr uint64_t kSpareShare = 4;  // a table that grew once has a quarter of its size in reserve
 
 // Bytes of the table at the start of the payload; 0 if it is not sound.
@@ -440,7 +439,7 @@ void rename_owner_objects(std::string_view owner, std::string_view new_name) {
 }
 
 std::string_view CharacteristicOf(std::string_view owner, std::string_view name) {
-    if (owner == "_dta") return characteristic(owner, name);
+    if (owner == kDatasetOwner) return characteristic(owner, name);
     const int var = look_up_variable(owner);
     return var != 0 ? characteristic(dataset.names[var - 1], name) : std::string_view();
 }

@@ -17,8 +17,9 @@
 
 namespace korva {
 
-constexpr int kMaxLabels = 65536;      // entries of one table
-constexpr int kMaxLabelBytes = 32000;  // one label's text
+constexpr std::string_view kDatasetOwner = "_dta";  // of the dataset's own characteristics
+constexpr int kMaxLabels = 65536;                   // entries of one table
+constexpr int kMaxLabelBytes = 32000;               // one label's text
 constexpr int kMaxCharacteristicBytes = 67783;
 
 // A table as it lies in its record: valid until a table changes.

@@ -149,7 +149,7 @@ ReturnCode MfSortedby(int, std::string* result) {
 ReturnCode MfChar(int, std::string* result) {
     NextToken();
     std::string owner = scanner.TokenBuffer;
-    if (owner != "_dta") {
+    if (owner != kDatasetOwner) {
         PushBackToken();
         int32_t var = 0;
         if (ReturnCode rc = take_variable(&var)) return rc;

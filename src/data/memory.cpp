@@ -19,6 +19,7 @@
 #include "core/startup.h"
 #include "core/store.h"
 #include "core/stored_results.h"
+#include "core/words.h"
 #include "data/dataset.h"
 #include "data/skeleton.h"
 
@@ -30,6 +31,7 @@ constexpr int64_t kLeastMemory = 102400;
 constexpr int64_t kMostMemory = int64_t(1) << 47;  // the address space of a process
 constexpr int kPointerBytes = 8;                   // a row's slots in the two tables
 constexpr int kSlotBytes = 4;
+constexpr int kByteColumns = 16;
 
 // --- memory ---
 
@@ -86,17 +88,11 @@ ReturnCode store_memory_results(const MemoryUse& use) {
     return 0;
 }
 
-std::string with_commas(int64_t number) {
-    std::string text = std::to_string(number);
-    for (int at = int(text.size()) - 3; at > 0; at -= 3) text.insert(size_t(at), 1, ',');
-    return text;
-}
-
 // The label, a mark-up text, and the number at columns 40 to 55.
 void print_bytes(const char* label, int64_t bytes) {
     out_tmrkf("    %s{col 40}", label);
     const LevelGuard level(kLevelResult);
-    out_textf("%16s", with_commas(bytes).c_str());
+    out_text(WithCommas(bytes, kByteColumns));
 }
 
 void print_share(const char* label, int64_t bytes, int64_t total) {

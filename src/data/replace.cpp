@@ -16,6 +16,7 @@
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/session.h"
+#include "core/words.h"
 #include "data/by.h"
 #include "data/cells.h"
 #include "data/dataset.h"
@@ -259,13 +260,9 @@ ReturnCode replace_texts(const RowWorker& worker, const RowBlock& block, Changes
     return 0;
 }
 
-const char* plural(int64_t n) {
-    return n == 1 ? "" : "s";
-}
-
 void report_loss(int64_t n, const char* what) {
     if (n == 0) return;
-    out_textf("(%lld value%s %s due to storage type)\n", static_cast<long long>(n), plural(n),
+    out_textf("(%lld value%s %s due to storage type)\n", static_cast<long long>(n), PluralEnd(n),
               what);
 }
 
@@ -277,7 +274,7 @@ void report_changes() {
         out_textf("%s was %s now %s\n", dataset.names[replacing.var - 1],
                   type_name(replacing.old_type).c_str(), type_name(type_now()).c_str());
     }
-    out_textf("(%lld real change%s made", static_cast<long long>(total.n), plural(total.n));
+    out_textf("(%lld real change%s made", static_cast<long long>(total.n), PluralEnd(total.n));
     if (total.n_to_missing > 0) {
         out_textf(", %lld to missing", static_cast<long long>(total.n_to_missing));
     }

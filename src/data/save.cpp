@@ -26,7 +26,6 @@ namespace {
 
 constexpr size_t kLongestLastName = 498;  // of S_FN, which save without a name goes back to
 constexpr int kOldLabelBytes = 80;        // of a value label in an old file
-constexpr int kLetterStringBytes = 128;   // of a string whose type is a letter
 
 struct SaveOptions {
     bool replace = false;
@@ -64,7 +63,7 @@ ReturnCode parse_save(std::string* name, SaveOptions* options) {
 
 ReturnCode check_strings(const SaveOptions& options) {
     if (!options.midrange) return 0;
-    const int longest = options.old ? kLetterStringBytes : kMaxStrType;
+    const int longest = options.old ? kLetterStringMost : kMaxStrType;
     for (int var = 1; var <= dataset.nvar; var++) {
         const StorageType type = dataset.types[var - 1];
         if (!type_is_string(type) || type <= longest) continue;
