@@ -37,8 +37,9 @@ inline ReturnCode break_or_ok() {
 
 // The text of a field that is as wide as `bytes`; all of it if it has no NUL.
 inline std::string_view field_text(const uint8_t* field, size_t bytes) {
-    const uint8_t* end = std::find(field, field + bytes, uint8_t(0));
-    return {reinterpret_cast<const char*>(field), size_t(end - field)};
+    if (bytes == 0) return {};  // the field may be that of an empty vector
+    const char* text = reinterpret_cast<const char*>(field);
+    return {text, strnlen(text, bytes)};
 }
 
 // Reverses the bytes of `rows` numbers that lie `pitch` bytes apart.
@@ -65,6 +66,7 @@ struct DtaRecords {
         int32_t kind;
     };
     std::vector<Item> items;
+    uint64_t bytes = 0;       // that they take, roughly, with what finds them again
     int tables_left_out = 0;  // value labels beyond the limit
 
     DtaRecords() = default;

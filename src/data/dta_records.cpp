@@ -4,6 +4,7 @@
 // turns out to be damaged further on has changed nothing. Giving a record its real kind later is a
 // matter of two lists and cannot fail. A characteristic or table that comes twice replaces the
 // first; the index that finds it keeps the load of many characteristics of one owner linear.
+#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -20,16 +21,33 @@ namespace {
 constexpr uint8_t kCharacteristicRecord = 1;
 constexpr int kValueLabelPadding = 3;
 
+// A record in memory is several times as long as the shortest one in a file, so that a file of
+// nothing else could take many times its size: there is a limit for all of them.
+constexpr uint64_t kRecordOverhead = 256;     // beside the payload: the header, the index, the item
+constexpr uint64_t kRecordsShare = 4;         // bytes for each of the file
+constexpr uint64_t kRecordsSpare = 48 << 20;  // and for a file of any size
+
 // Where a record of the same key stands among the items.
 using ItemIndex = std::unordered_map<std::string, size_t>;
+
+// Notes that a record with a payload of `payload` bytes is to come, and that `beside` bytes are in
+// use while it is made: 909 if the records would be too large for the file.
+ReturnCode claim_bytes(const DtaReader& in, uint64_t payload, uint64_t beside,
+                       DtaRecords* records) {
+    records->bytes += kRecordOverhead + payload;
+    const uint64_t most = kRecordsSpare + kRecordsShare * in.source->size;
+    return records->bytes + beside > most ? ReportError(909) : 0;
+}
 
 // Adds the record, or removes what stood under the key if it is null.
 void put_record(DtaRecords* records, ItemIndex* index, const std::string& key, StoreRecord* record,
                 int32_t kind) {
     const auto [place, is_new] = index->try_emplace(key, records->items.size());
     if (!is_new) {
-        StoreDelete(records->items[place->second].record);
-        records->items[place->second].record = nullptr;
+        DtaRecords::Item* earlier = &records->items[place->second];
+        if (earlier->record) records->bytes -= earlier->record->length;
+        StoreDelete(earlier->record);
+        earlier->record = nullptr;
         place->second = records->items.size();
     }
     records->items.push_back({record, kind});
@@ -83,14 +101,28 @@ bool open_table(uint8_t* table, uint32_t length, bool swapped, TableHead* head) 
     return true;
 }
 
-// True if one of the table's texts is longer than a label may be.
+// True if one of the table's texts is longer than a label may be. Entries may share a text, so the
+// texts are gone through once and not entry by entry.
 bool has_long_label(const uint8_t* table, const TableHead& head) {
+    struct LongText {
+        uint32_t first;   // offset of its first byte
+        uint32_t behind;  // the first offset from which what is left of it is a label
+    };
+    std::vector<LongText> long_texts;
     const uint8_t* texts = table + 8 + 8 * size_t(head.entries);
-    for (uint32_t i = 0; i < head.entries; i++) {
+    for (uint64_t at = 0; at < head.text_bytes;) {
+        const uint64_t bytes = field_text(texts + at, head.text_bytes - at).size();
+        if (bytes > uint64_t(kMaxLabelBytes)) {
+            long_texts.push_back({uint32_t(at), uint32_t(at + bytes - kMaxLabelBytes)});
+        }
+        at += bytes + 1;
+    }
+    for (uint32_t i = 0; i < head.entries && !long_texts.empty(); i++) {
         const uint32_t offset = dta_u32(table + 8 + 4 * size_t(i), false);
-        if (offset >= head.text_bytes) continue;
-        const size_t most = std::min<size_t>(head.text_bytes - offset, kMaxLabelBytes + 1);
-        if (field_text(texts + offset, most).size() > size_t(kMaxLabelBytes)) return true;
+        const auto next = std::upper_bound(
+            long_texts.begin(), long_texts.end(), offset,
+            [](uint32_t wanted, const LongText& text) { return wanted < text.first; });
+        if (next != long_texts.begin() && offset < std::prev(next)->behind) return true;
     }
     return false;
 }
@@ -120,6 +152,7 @@ ReturnCode read_table(TableReader* to, std::string_view name, uint32_t length) {
     const DtaReader& in = to->in;
     if (length > in.source->left) return in.cut();
     if (!to->wanted(name)) return skip_bytes(in.source, length) ? 0 : in.cut();
+    if (ReturnCode rc = claim_bytes(in, length, length, to->records)) return rc;
     const EngineBlock memory(length);
     if (!memory.bytes) return ReportError(909);
     uint8_t* table = static_cast<uint8_t*>(memory.bytes);
@@ -161,6 +194,7 @@ ReturnCode read_old_tables(TableReader* to) {
         if (ReturnCode rc = read_old_table(to->in, &name, &payload, &ended)) return rc;
         if (ended) return 0;
         if (!to->wanted(name)) continue;
+        if (ReturnCode rc = claim_bytes(to->in, payload.size(), 0, to->records)) return rc;
         if (ReturnCode rc = stage_table(to, name, payload)) return rc;
     }
 }
@@ -229,6 +263,7 @@ ReturnCode stage_expansion_records(const DtaReader& in, const DtaVariables& file
         in, file,
         [&](std::string_view owner, std::string_view name, std::string_view text) -> ReturnCode {
             if (!owners.contains(owner)) return 0;
+            if (ReturnCode rc = claim_bytes(in, text.size(), 0, records)) return rc;
             StoreRecord* record = nullptr;
             if (!text.empty()) {
                 record = make_characteristic(owner, name, text, kKindIncoming);

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <unordered_set>
 
 #include "core/names.h"
 #include "core/print.h"
@@ -102,10 +104,10 @@ bool sort_names(DtaVariables* variables) {
 
 // Names with dots become names of today. Those given so far count as used.
 bool replace_dots(DtaVariables* variables) {
-    std::vector<std::string> given;
+    std::unordered_set<std::string> given;
     const auto is_free = [&](std::string_view name) {
         return IsValidName(name) && find_in_file(*variables, name) < 0 &&
-               std::find(given.begin(), given.end(), name) == given.end();
+               !given.contains(std::string(name));
     };
     for (int i = 0; i < variables->nvar; i++) {
         const std::string_view name = variables->file_names[i];
@@ -114,7 +116,7 @@ bool replace_dots(DtaVariables* variables) {
         if (!rename_dots(name, is_free, &renamed)) return false;
         memset(variables->names[i], 0, sizeof(NameText));
         put_text(variables->names[i], sizeof(NameText), renamed);
-        given.push_back(renamed);
+        given.insert(renamed);
     }
     return true;
 }

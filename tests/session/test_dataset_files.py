@@ -4,6 +4,7 @@ import random
 import re
 import resource
 import signal
+import struct
 import subprocess
 import sys
 import time
@@ -242,6 +243,60 @@ class Preserved(unittest.TestCase):
             self.assertRegex(output, r"insufficient disk space[\s\S]*nothing to restore")
             self.assertNotIn("r(9)", output)
             self.assertEqual(list(box.scratch.iterdir()), [])
+
+
+class Hostile(unittest.TestCase):
+    """Files that are made to take memory, or to be read wrongly."""
+
+    def peak_bytes(self, box, line):
+        """The memory that a session of one line takes at most."""
+        process = subprocess.Popen([KORVA, "/q"], cwd=box.work, stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, env=box.environment())
+        process.stdin.write(line.encode() + b'\ndisplay "done"\n')
+        process.stdin.flush()
+        while (shown := process.stdout.readline()) not in (b"done\n", b""):
+            pass
+        self.assertTrue(shown, "the session ended")
+        with open(f"/proc/{process.pid}/status") as status:
+            peak = int(re.search(r"VmHWM:\s*(\d+) kB", status.read())[1])
+        process.communicate()
+        self.assertEqual(process.returncode, 0)
+        return peak * 1024
+
+    def test_memory_follows_the_size_of_the_file(self):
+        if BUILD.is_sanitized:
+            self.skipTest("the sanitizers take memory of their own")
+        names = [b"a%07x" % i for i in range(1_000_000)]
+        empty = make_dta.Dataset([make_dta.Variable("x", BYTE, "%8.0g")], [])
+        small = make_dta.encode(empty, "<", 106)  # ends in the three bytes behind the characteristics
+        texts = b"".join(b"\1\x14\0_dta\0\0\0\0\0" + name + b"\0q\0" for name in names)
+        tables = b"".join(b"\x08\0\0\0" + name + bytes(12) for name in names)
+        lying = make_dta.encode(empty, "<", 113)
+        files = {"texts": small[:-3] + texts + bytes(3), "tables": small + tables,
+                 "rows": lying[:6] + b"\xff\xff\xff\x7f" + lying[10:],
+                 "variables": lying[:4] + b"\xff\x7f" + lying[6:]}
+        for name, content in files.items():
+            with self.subTest(name), Sandbox(BUILD) as box:
+                (box.work / f"{name}.dta").write_bytes(content)
+                self.assertLess(self.peak_bytes(box, f"capture use {name}"),
+                                (64 << 20) + 4 * len(content))
+
+    def test_entries_may_share_a_text_of_a_label_length(self):
+        data = make_dta.encode(make_dta.Dataset([make_dta.Variable("x", BYTE, "%8.0g")], []), "<", 113)
+        lines, offsets = [], {"longest": (0, 0), "tail": (1, 9), "over": (1, 0)}
+        with Sandbox(BUILD) as box:
+            for name, offset in offsets.items():
+                text = b"y" * (32000 if name == "longest" else 32001) + b"\0"
+                table = struct.pack("<6i", 2, len(text), *offset, 1, 2) + text
+                (box.work / f"{name}.dta").write_bytes(
+                    data + struct.pack("<i33s3x", len(table), name.encode()) + table)
+                lines += [f"use {name}", "label dir"]
+            status, output = run(box, lines)
+            self.assertEqual(status, 0)
+        self.assertIn("\nlongest\n", output)
+        self.assertIn("\ntail\n", output)
+        self.assertNotIn("\nover\n", output)
+        self.assertEqual(output.count("The maximum length of labels"), 1)
 
 
 if __name__ == "__main__":
