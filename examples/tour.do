@@ -57,6 +57,15 @@ global S_ADO "examples/ado;$S_ADO"
 gap wage union
 gap wage female
 
+* Labels tell what variables are and what their numbers mean; notes say more.
+label variable parttime "Less than 30 hours a week"
+label define parttime 0 "full time" 1 "part time"
+label values parttime parttime
+notes parttime: Missing where the occupation is missing, too.
+describe weekly parttime
+notes parttime
+list region wage parttime in 1/6, noobs separator(3) mean(wage)
+
 * Errors stop a do-file, unless they are captured.
 capture generate wage = 1
 display "generate wage: code " _rc
@@ -65,8 +74,20 @@ display "use: code " _rc
 capture gap wage
 display "gap with one variable: code " _rc
 
-* Fewer rows, fewer variables.
+* Fewer rows, fewer variables; what is shown goes to a log.
+quietly log using tour_pages, tmrk replace
 drop if wage >= .
-keep id region wage
+keep id region wage parttime
+label data "Paid employees"
 describe
+
+* The data go to a file, and come back in part.
+tempfile paid
+quietly save "`paid'"
+use region wage using "`paid'" if wage > 40, clear
+list, separator(0)
+quietly log close
+
+* The log becomes a page for a browser: tour_pages.html.
+quietly translate tour_pages.tmrk tour_pages.html, replace
 clear
