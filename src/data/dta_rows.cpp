@@ -6,7 +6,6 @@
 // the last observation, a few at a time; those that fail are overwritten by the next.
 #include "data/dta_rows.h"
 
-#include "core/alloc.h"
 #include "core/print.h"
 #include "data/cells.h"
 #include "data/dta_file.h"
@@ -18,8 +17,6 @@ namespace korva {
 
 namespace {
 
-constexpr int kBlockBytes = 24000;  // rows moved at a time; fits the first-level cache
-constexpr size_t kBlockAlignment = 64;
 constexpr int kFirstWithCurrentDouble = 108;  // format from which 2^333 is a number
 
 // Bytes of the file's row that stand together in the kept one as well.
@@ -27,15 +24,6 @@ struct Run {
     uint32_t from;
     uint32_t to;
     uint32_t bytes;
-};
-
-struct Block {
-    explicit Block(size_t bytes) : memory(bytes + kBlockAlignment) {
-        rows = static_cast<uint8_t*>(memory.bytes);
-        if (rows) rows += size_t(-reinterpret_cast<uintptr_t>(rows)) % kBlockAlignment;
-    }
-    EngineBlock memory;
-    uint8_t* rows;  // aligned; null: refused
 };
 
 std::vector<Run> find_runs(const DtaVariables& file, const std::vector<int32_t>& vars) {
@@ -161,10 +149,11 @@ ReturnCode read_blocks(const RowLoad& load, size_t file_width, int64_t nobs) {
     const size_t width = size_t(load.kept.width);
     // Rows without variables are counted, and the condition asked about each.
     const int64_t row_bytes = std::max<int64_t>(int64_t(file_width), 1);
-    const int64_t block_rows = 2 * row_bytes < kBlockBytes ? kBlockBytes / row_bytes : 2;
+    constexpr int64_t room = kRowBufferBytes;
+    const int64_t block_rows = 2 * row_bytes < room ? room / row_bytes : 2;
     const bool packs = !load.runs.empty();
-    const Block block(size_t(block_rows) * file_width);
-    const Block packed(packs ? size_t(block_rows) * width : 0);
+    const RowBuffer block(size_t(block_rows) * file_width);
+    const RowBuffer packed(packs ? size_t(block_rows) * width : 0);
     if (!block.rows || !packed.rows) return ReportError(909);
     for (int64_t done = 0; done < nobs;) {
         if (ReturnCode rc = break_or_ok()) return rc;

@@ -14,7 +14,6 @@
 #include <unordered_set>
 #include <vector>
 
-#include "core/alloc.h"
 #include "core/file_replace.h"
 #include "core/poll.h"
 #include "core/return_codes.h"
@@ -28,9 +27,6 @@
 namespace korva {
 
 namespace {
-
-constexpr size_t kBlockBytes = 24000;  // bytes moved at a time; fits the first-level cache
-constexpr size_t kBlockAlignment = 64;
 
 // Bytes of the row in memory that stand together in the file's row.
 struct Run {
@@ -290,12 +286,11 @@ ReturnCode write_dta(const DtaSink& sink, const DtaWriteOptions& options,
                      const char time_stamp[kTimeStampBytes]) {
     DtaWriter out{sink, options, *find_dta_format(options.format), {}, {}, 0, nullptr, 0, 0};
     choose_columns(&out);
-    const size_t rows = std::max<size_t>(kBlockBytes / std::max<size_t>(out.width, 1), 2);
-    out.room = std::max(rows * out.width, kBlockBytes);
-    const EngineBlock memory(out.room + kBlockAlignment);
-    if (!memory.bytes) return ReportError(909);
-    out.buffer = static_cast<uint8_t*>(memory.bytes);
-    out.buffer += size_t(-reinterpret_cast<uintptr_t>(out.buffer)) % kBlockAlignment;
+    const size_t rows = std::max<size_t>(kRowBufferBytes / std::max<size_t>(out.width, 1), 2);
+    out.room = std::max(rows * out.width, kRowBufferBytes);
+    const RowBuffer buffer(out.room);
+    if (!buffer.rows) return ReportError(909);
+    out.buffer = buffer.rows;
 
     if (ReturnCode rc = put_header(&out, time_stamp)) return rc;
     if (ReturnCode rc = put_lists(&out)) return rc;

@@ -1,4 +1,5 @@
-// data/row_copy.h - copying the same few bytes of many rows.
+// data/row_copy.h - copying the same few bytes of many rows, and the buffer that rows of a file go
+// through.
 //
 // A call of memcpy for each row costs more than the bytes of a narrow one. Up to 64 bytes go as two
 // moves of a fixed size that may overlap, chosen once for all rows.
@@ -8,7 +9,22 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/alloc.h"
+
 namespace korva {
+
+constexpr size_t kRowBufferBytes = 24000;  // rows moved at a time; fits the first-level cache
+
+// A buffer that begins on a line of the cache.
+struct RowBuffer {
+    explicit RowBuffer(size_t bytes) : memory(bytes + kAlignment) {
+        rows = static_cast<uint8_t*>(memory.bytes);
+        if (rows) rows += size_t(-reinterpret_cast<uintptr_t>(rows)) % kAlignment;
+    }
+    static constexpr size_t kAlignment = 64;
+    EngineBlock memory;
+    uint8_t* rows;  // null: refused
+};
 
 template <size_t half>
 inline void copy_halves(uint8_t* to, const uint8_t* from, size_t bytes) {
