@@ -6,7 +6,8 @@
 // dataset.
 //
 // Nothing in a file is trusted: counts are held against the bytes that are left before memory is
-// taken for them, and what reaches the dataset keeps the store's invariants.
+// taken for them, all that is kept of labels and characteristics against the file's size, and what
+// reaches the dataset keeps the store's invariants.
 #pragma once
 
 #include <cstdint>

@@ -387,8 +387,8 @@ int32_t numeric_variable(std::string_view name, ReturnCode* rc) {
 
 ReturnCode find_time() {
     time_setting = TimeSetting{};
-    const std::string time_name(characteristic("_dta", "_TStvar"));
-    const std::string panel_name(characteristic("_dta", "_TSpanel"));
+    const std::string time_name(characteristic(kDatasetOwner, "_TStvar"));
+    const std::string panel_name(characteristic(kDatasetOwner, "_TSpanel"));
     if (time_name.empty() || find_variable_exact(time_name) == 0) {
         out_error("time variable not set\n");
         return 111;

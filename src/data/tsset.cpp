@@ -127,8 +127,8 @@ ReturnCode store_facts(const TimeSetting& setting, const SeriesFacts& facts) {
 
 // The variables in force before, for a call without a list.
 ReturnCode present_setting(TimeSetting* setting) {
-    const std::string time_name(characteristic("_dta", "_TStvar"));
-    const std::string panel_name(characteristic("_dta", "_TSpanel"));
+    const std::string time_name(characteristic(kDatasetOwner, "_TStvar"));
+    const std::string panel_name(characteristic(kDatasetOwner, "_TSpanel"));
     setting->time_var = time_name.empty() ? 0 : find_variable_exact(time_name);
     if (setting->time_var == 0) {
         out_error("time variable not set\n");
@@ -172,8 +172,8 @@ ReturnCode judge_facts(const TimeSetting& setting, const SeriesFacts& facts) {
 }
 
 ReturnCode clear_setting() {
-    if (ReturnCode rc = set_characteristic("_dta", "_TStvar", "")) return rc;
-    if (ReturnCode rc = set_characteristic("_dta", "_TSpanel", "")) return rc;
+    if (ReturnCode rc = set_characteristic(kDatasetOwner, "_TStvar", "")) return rc;
+    if (ReturnCode rc = set_characteristic(kDatasetOwner, "_TSpanel", "")) return rc;
     ClearResults();
     return 0;
 }
@@ -225,10 +225,10 @@ ReturnCode set_time() {
     if (ReturnCode rc = find_facts(setting, &facts)) return rc;
     if (ReturnCode rc = judge_facts(setting, facts)) return rc;
 
-    const std::string old_time(characteristic("_dta", "_TStvar"));
-    if (ReturnCode rc = set_characteristic("_dta", "_TStvar", time_name)) return rc;
-    if (ReturnCode rc = set_characteristic("_dta", "_TSpanel", panel_name)) {
-        set_characteristic("_dta", "_TStvar", old_time);
+    const std::string old_time(characteristic(kDatasetOwner, "_TStvar"));
+    if (ReturnCode rc = set_characteristic(kDatasetOwner, "_TStvar", time_name)) return rc;
+    if (ReturnCode rc = set_characteristic(kDatasetOwner, "_TSpanel", panel_name)) {
+        set_characteristic(kDatasetOwner, "_TStvar", old_time);
         return rc;
     }
     note_sorted(setting);

@@ -114,8 +114,8 @@ bool line_names_labels() {
 // The value labels of the file; the source is where it was afterwards.
 ReturnCode read_labels_ahead(const DtaReader& in, const DtaVariables& chosen, DtaRecords* labels) {
     const uint64_t left = in.source->left;
-    DtaRecords unused;
-    if (ReturnCode rc = stage_expansion_records(in, chosen, chosen, &unused)) return rc;
+    const CharacteristicUse pass_over = [](auto...) { return ReturnCode(0); };
+    if (ReturnCode rc = read_expansion_records(in, chosen, pass_over)) return rc;
     const int64_t nobs = std::max(in.header->nobs, 0);
     // The load proper tells what is wrong with the file.
     if (skip_bytes(in.source, uint64_t(nobs) * uint64_t(in.row_bytes))) {
@@ -129,6 +129,18 @@ ReturnCode read_labels_ahead(const DtaReader& in, const DtaVariables& chosen, Dt
 ReturnCode fail_early(const UseLine& line, ReturnCode rc) {
     if (!dataset.changed || line.may_replace) clear_dataset();
     return rc;
+}
+
+// Qualifiers and options, the chosen variables being those of the dataset.
+ReturnCode parse_view(const DtaReader& in, const UseLine& line, const DtaVariables& chosen) {
+    DtaRecords labels;
+    if (line_names_labels()) {
+        if (ReturnCode rc = read_labels_ahead(in, chosen, &labels)) return fail_early(line, rc);
+    }
+    const ValueLabelView label_view(&labels);
+    const DatasetView view(chosen, *in.header);
+    permit_tail(line.form != UseForm::Name, true);
+    return parse_tail();
 }
 
 ReturnCode use_part(const UseLine& line, const std::string& name) {
@@ -145,18 +157,8 @@ ReturnCode use_part(const UseLine& line, const std::string& name) {
     DtaSelection selection;
     if (ReturnCode rc = choose(line.form, header, file, &selection)) return rc;
     const DtaVariables chosen = choose_variables(file, selection.vars);
-    DtaRecords labels;
-    if (line_names_labels()) {
-        const DtaReader in{&source, name, &header, file.width};
-        if (ReturnCode rc = read_labels_ahead(in, chosen, &labels)) return fail_early(line, rc);
-    }
-    {
-        // Qualifiers and options, the chosen variables being those of the dataset.
-        const ValueLabelView label_view(&labels);
-        const DatasetView view(chosen, header);
-        permit_tail(line.form != UseForm::Name, true);
-        if (ReturnCode rc = parse_tail()) return rc;
-    }
+    const DtaReader in{&source, name, &header, file.width};
+    if (ReturnCode rc = parse_view(in, line, chosen)) return rc;
     UseOptions options;
     if (ReturnCode rc = take_options(&options)) return rc;
 
