@@ -143,25 +143,6 @@ void push_shifted(BlockMachine* m, int var, int64_t shift) {
     m->depth++;
 }
 
-// The shift when the words at `code` (an OBS) read a variable at _n + k or _n - k; false if they do
-// not.
-bool reads_shifted(const int16_t* code, const int16_t* end, int64_t* shift) {
-    if (end - code < 6 || code[1] != OP_NUMBER || code[4] != OP_ELEMENT) return false;
-    const double k = expression_pools.numbers[code[2]];
-    if (!(std::fabs(k) <= INT32_MAX) || k != std::trunc(k)) return false;
-    if (code[3] != OP_ADD && code[3] != OP_SUB) return false;
-    *shift = code[3] == OP_ADD ? int64_t(k) : -int64_t(k);
-    return true;
-}
-
-// Observation that a subscript means; 0 if it is outside the group.
-int subscripted_obs(const ExpressionRecord& r, double subscript) {
-    if (!(subscript >= -2147483648.0 && subscript <= 2147483647.0)) return 0;
-    const int64_t target = int64_t(subscript) + r.group_first - 1;
-    return target >= r.group_first && target <= r.group_last && target <= dataset.nobs ? int(target)
-                                                                                       : 0;
-}
-
 }  // namespace
 
 const double* spread(BlockMachine* m, int d) {
@@ -171,6 +152,20 @@ const double* spread(BlockMachine* m, int d) {
     for (int i = 0; i < m->n; i++) out[i] = x;
     m->numbers[d] = {out, false};
     return out;
+}
+
+bool reads_shifted(const int16_t* code, const int16_t* end, int64_t* shift) {
+    if (end - code < 6 || code[1] != OP_NUMBER) return false;
+    if (code[4] != OP_ELEMENT && code[4] != OP_ELEMENT_S) return false;
+    const double k = expression_pools.numbers[code[2]];
+    if (!(std::fabs(k) <= INT32_MAX) || k != std::trunc(k)) return false;
+    if (code[3] != OP_ADD && code[3] != OP_SUB) return false;
+    *shift = code[3] == OP_ADD ? int64_t(k) : -int64_t(k);
+    return true;
+}
+
+Handler handler_of(int code) {
+    return code >= 1 && code < kOpcodes ? kHandlers[size_t(code)] : nullptr;
 }
 
 namespace {
@@ -199,17 +194,18 @@ void run_program(BlockMachine* m, ExpressionRecord* record, int obs, int span,
         const int16_t number = *code;
         if (number == OP_OBS) {
             int64_t shift;
-            if (reads_shifted(code, end, &shift)) {
+            if (reads_shifted(code, end, &shift) && code[4] == OP_ELEMENT) {
                 push_shifted(m, code[5], shift);
                 code += 6;
                 continue;
             }
         }
-        if (number < 1 || number >= kOpcodes || !kHandlers[size_t(number)]) {
+        const Handler handler = handler_of(number);
+        if (!handler) {
             code++;
             continue;
         }
-        kHandlers[size_t(number)](m, code + 1);
+        handler(m, code + 1);
         code += 1 + kOpcodeRows[size_t(number)].operands;
     }
 }
@@ -260,100 +256,6 @@ void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, con
     run_program(m, record, obs, span, index, n);
 }
 
-bool runs_singly(const ExpressionRecord& record) {
-    constexpr int kMostCodes = 64;  // so that the stack below is never full
-    if (record.last_code >= kMostCodes || record.result_type != 0) return false;
-    for (int i = 0; i <= record.last_code; i++) {
-        const int code = record.code[i];
-        const bool binary = code >= OP_OR && code <= OP_SUB;
-        switch (code) {
-        case OP_MUL:
-        case OP_DIV:
-        case OP_NOT:
-        case OP_NEGATE:
-        case OP_NUMBER:
-        case OP_VARIABLE:
-        case OP_ELEMENT:
-        case OP_OBS:
-        case OP_NOBS:
-        case OP_COND: break;
-        default:
-            if (!binary) return false;
-        }
-        i += kOpcodeRows[size_t(code)].operands;
-    }
-    return true;
-}
-
-namespace {
-
-// Two operands of one of the binary operators that run_single() knows.
-double single_pair(int code, double a, double b, bool one_missing, bool* overflowed) {
-    if (code == OP_OR) return (a != 0) | (b != 0);
-    if (code == OP_AND) return (a != 0) & (b != 0);
-    if (code <= OP_GT) {
-        a = one_missing ? same_missing(a) : known(a);
-        b = one_missing ? same_missing(b) : known(b);
-        switch (code) {
-        case OP_EQ: return a == b;
-        case OP_NE: return a != b;
-        case OP_GE: return a >= b;
-        case OP_LE: return a <= b;
-        case OP_LT: return a < b;
-        default: return a > b;
-        }
-    }
-    if (code == OP_DIV && b == 0) return kSysMissing;
-    if (!(a < kSysMissing && b < kSysMissing)) return kSysMissing;
-    const double r = code == OP_ADD   ? a + b
-                     : code == OP_SUB ? a - b
-                     : code == OP_MUL ? a * b
-                                      : a / b;
-    if (std::fabs(r) < kSysMissing) return r;
-    *overflowed = true;
-    return kSysMissing;
-}
-
-}  // namespace
-
-double run_single(const ExpressionRecord& record, int obs, bool* overflowed) {
-    const bool one_missing = session.version < 800;
-    double stack[1 + 64];  // the first place stays empty
-    stack[0] = kSysMissing;
-    double* top = stack;  // the number pushed last
-    const int16_t* end = record.code + record.last_code + 1;
-    *overflowed = false;
-    for (const int16_t* code = record.code; code < end; code++) {
-        switch (*code) {
-        case OP_NUMBER: *++top = expression_pools.numbers[*++code]; break;
-        case OP_VARIABLE:
-            *++top = obs <= dataset.nobs ? get(*++code, obs) : (++code, kSysMissing);
-            break;
-        case OP_ELEMENT: {
-            const int at = subscripted_obs(record, *top);
-            *top = at ? get(*++code, at) : (++code, kSysMissing);
-            break;
-        }
-        case OP_OBS: *++top = obs - record.group_first + 1; break;
-        case OP_NOBS: *++top = double(int64_t(record.group_last) - record.group_first + 1); break;
-        case OP_NOT: *top = *top == 0; break;
-        case OP_NEGATE: *top = std::fabs(*top) < kSysMissing ? -*top : kSysMissing; break;
-        case OP_COND: {  // the first argument lies on the top
-            const int k = *++code;
-            const double x = *top;
-            const double other = top[-2];
-            const double chosen = x != 0 ? top[-1] : other;
-            const double if_missing = k == 4 ? top[-3] : top[-1];
-            top -= k - 1;
-            *top = x < kSysMissing ? chosen : if_missing;
-            break;
-        }
-        default: top--; *top = single_pair(*code, top[0], top[1], one_missing, overflowed);
-        }
-    }
-    return *overflowed ? kSysMissing : finite_or_missing(*top);
-}
-
 KORVA_WIDE void block_numbers(const BlockMachine* m, double* out) {
     const int n = m->n;
     if (m->depth < 1) {
@@ -399,30 +301,42 @@ void set_run_range(ExpressionRecord* record, bool restart) {
 
 namespace {
 
-bool program_has(const ExpressionRecord& record, int var, bool elsewhere) {
-    for (int i = 0; i <= record.last_code; i++) {
-        const int code = record.code[i];
-        const bool here = !elsewhere && (code == OP_VARIABLE || code == OP_VARIABLE_S);
-        if ((here || code == OP_ELEMENT || code == OP_ELEMENT_S) && record.code[i + 1] == var)
-            return true;
-        if (code == OP_TSVARIABLE &&
-            (ts_element(record.code[i + 1]).var == var || time_setting.time_var == var ||
-             time_setting.panel_var == var)) {
-            return true;
-        }
-        if (code >= 1 && code < kOpcodes) i += kOpcodeRows[size_t(code)].operands;
-    }
-    return false;
+// True if the instruction is a variable behind a time operator that the cells of `var` decide on.
+bool time_element_reads(const int16_t* code, int var) {
+    if (*code != OP_TSVARIABLE) return false;
+    return ts_element(code[1]).var == var || time_setting.time_var == var ||
+           time_setting.panel_var == var;
 }
 
 }  // namespace
 
 bool program_reads(const ExpressionRecord& record, int var) {
-    return program_has(record, var, false);
+    for (int i = 0; i <= record.last_code; i++) {
+        const int code = record.code[i];
+        const bool reads = code == OP_VARIABLE || code == OP_VARIABLE_S || code == OP_ELEMENT ||
+                           code == OP_ELEMENT_S;
+        if (reads && record.code[i + 1] == var) return true;
+        if (time_element_reads(record.code + i, var)) return true;
+        if (code >= 1 && code < kOpcodes) i += kOpcodeRows[size_t(code)].operands;
+    }
+    return false;
 }
 
-bool program_reads_elsewhere(const ExpressionRecord& record, int var) {
-    return program_has(record, var, true);
+int nearest_read_before(const ExpressionRecord& record, int var) {
+    const int16_t* end = record.code + record.last_code + 1;
+    int64_t nearest = INT32_MAX;
+    for (const int16_t* code = record.code; code < end; code++) {
+        int64_t shift;
+        if (*code == OP_OBS && reads_shifted(code, end, &shift)) {
+            if (code[5] == var && shift < 0) nearest = std::min(nearest, -shift);
+            code += 5;
+            continue;
+        }
+        const bool anywhere = (*code == OP_ELEMENT || *code == OP_ELEMENT_S) && code[1] == var;
+        if (anywhere || time_element_reads(code, var)) return 1;
+        if (*code >= 1 && *code < kOpcodes) code += kOpcodeRows[size_t(*code)].operands;
+    }
+    return int(nearest);
 }
 
 int program_uses(const ExpressionRecord& record, int opcode) {

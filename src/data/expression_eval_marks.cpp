@@ -58,11 +58,17 @@ int block_size_for(int var) {
     };
     if (skeleton.if_given && keeps_state(main_expression) && keeps_state(if_expression)) return 1;
     if (var == 0) return kBlockObs;
-    // Where an expression reads the variable at other observations, each must be finished before
-    // the next one is worked on.
-    const bool reads_back = program_reads_elsewhere(main_expression, var) ||
-                            (skeleton.if_given && program_reads_elsewhere(if_expression, var));
-    return reads_back ? 1 : kBlockObs;
+    // Where an expression reads the variable k observations back, those must be finished: as many
+    // are worked on at once.
+    int back = nearest_read_before(main_expression, var);
+    if (skeleton.if_given) back = std::min(back, nearest_read_before(if_expression, var));
+    return std::min(back, kBlockObs);
+}
+
+bool prepare_turns(int var, CellTurns* turns) {
+    if (block_size_for(var) > 1 || !decode_single(&main_expression, &turns->main)) return false;
+    turns->tests = skeleton.if_given && nearest_read_before(if_expression, var) < kBlockObs;
+    return !turns->tests || decode_single(&if_expression, &turns->condition);
 }
 
 int loop_threads(int64_t n, bool main) {
@@ -88,13 +94,6 @@ void mark_block(BlockMachine* m, ExpressionRecord* condition, int obs, int n, Ro
     block->n_marked = n;
     block->index = nullptr;
     if (!condition) return;
-    if (n == 1 && runs_singly(*condition)) {
-        bool overflowed;
-        const bool holds = run_single(*condition, obs, &overflowed) != 0;  // missing counts as true
-        block->n_marked = holds;
-        if (!holds) block->index = block->places;
-        return;
-    }
     alignas(64) uint8_t marks[kBlockObs];
     run_block(m, condition, obs, n, nullptr, n);
     block_marks(m, marks);

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "core/types.h"
+#include "data/dataset.h"
 #include "data/expression.h"
 #include "data/expression_opcodes.h"
 #include "data/random.h"
@@ -100,14 +101,6 @@ extern BlockMachine engine_machine;  // the engine thread's, defined in data/exp
 void run_block(BlockMachine* m, ExpressionRecord* record, int obs, int span, const uint16_t* index,
                int n);
 
-// True if run_single() can run the program: short, of operands, operators and cond() alone.
-bool runs_singly(const ExpressionRecord& record);
-
-// The number at one observation, the same bits as a block of one lane gives, without a block's
-// bookkeeping: for loops whose observations wait for each other. *overflowed becomes true where the
-// value is missing because a part of it overflowed.
-double run_single(const ExpressionRecord& record, int obs, bool* overflowed);
-
 // The run's numbers, a lane each; NaN, infinity and overflow are `.`. A string result gives `.`.
 void block_numbers(const BlockMachine* m, double* out);
 
@@ -128,9 +121,12 @@ void store_texts(const BlockMachine* m, int var, int obs, int n, const TextLane*
 // Takes the range in force into the record, and restarts its running sums if `restart`.
 void set_run_range(ExpressionRecord* record, bool restart);
 
-// True if the program refers to the variable: at all, or at another observation.
+// True if the program refers to the variable.
 bool program_reads(const ExpressionRecord& record, int var);
-bool program_reads_elsewhere(const ExpressionRecord& record, int var);
+
+// How many observations back the nearest one is at which the program reads the variable: k for
+// x[_n-k], 1 where the subscript may be any, INT32_MAX if it reads at or behind its own alone.
+int nearest_read_before(const ExpressionRecord& record, int var);
 
 // How often the instruction, an OP_ number, stands in the program.
 int program_uses(const ExpressionRecord& record, int opcode);
@@ -180,6 +176,21 @@ using Handler = void (*)(BlockMachine* m, const int16_t* operand);
 #include "data/expression_opcodes.def"
 #undef OPCODE_LATER
 #undef OPCODE
+
+// The handler of an instruction; null: it is passed over.
+Handler handler_of(int code);
+
+// The shift when the words at `code` (an OBS) read a variable, their sixth word, at _n + k or
+// _n - k; false if they do not.
+bool reads_shifted(const int16_t* code, const int16_t* end, int64_t* shift);
+
+// Observation that a subscript means; 0 if it is outside the group or does not exist.
+inline int subscripted_obs(const ExpressionRecord& r, double subscript) {
+    if (!(subscript >= -2147483648.0 && subscript <= 2147483647.0)) return 0;
+    const int64_t target = int64_t(subscript) + r.group_first - 1;
+    const bool inside = target >= r.group_first && target <= r.group_last;
+    return inside && target >= 1 && target <= dataset.nobs ? int(target) : 0;
+}
 
 // A number written as in an expression, with an optional sign: decimal, hexadecimal or missing.
 // False: the whole text is none. What the double cannot hold is `.`.

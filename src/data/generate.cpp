@@ -149,13 +149,29 @@ ReturnCode make_texts(const RowWorker& worker, const RowBlock& block, RowCount* 
     return 0;
 }
 
+// For a variable that reads itself: its cells are `.` so far.
+ReturnCode make_in_turn(CellTurns* turns, RowCount* missing) {
+    missing->n += std::max<int64_t>(0, int64_t(skeleton.last) - skeleton.first + 1);
+    return for_each_turn(turns, [missing](int obs, double value) -> ReturnCode {
+        put(making.var, obs, value);
+        missing->n -= !is_missing(get(making.var, obs));
+        return 0;
+    });
+}
+
 ReturnCode make_group() {
     if (making.reads_itself) clear_cells(range_first(), range_last());
     const bool is_text = type_is_string(dataset.types[making.var - 1]);
-    const int size = block_size_for(making.var);
-    const auto make = is_text ? make_texts : make_numbers;
     RowCount missing;
-    if (ReturnCode rc = for_each_block(LoopUse::Both, size, &missing, make)) return rc;
+    CellTurns turns;
+    ReturnCode rc;
+    if (prepare_turns(making.var, &turns)) {
+        rc = make_in_turn(&turns, &missing);
+    } else {
+        const auto make = is_text ? make_texts : make_numbers;
+        rc = for_each_block(LoopUse::Both, block_size_for(making.var), &missing, make);
+    }
+    if (rc) return rc;
     making.n_missing += missing.n;
     if (!skeleton.in_given) return 0;
     clear_cells(1, skeleton.first - 1);

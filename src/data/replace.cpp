@@ -197,24 +197,45 @@ StorageType type_after(const RowBlock& block, const BlockValues& v) {
     return type;
 }
 
-// One cell of a double variable, where each must be finished before the next.
-void replace_one(const ExpressionRecord& record, int obs, Changes* changes) {
-    bool overflowed;
-    const double value = run_single(record, obs, &overflowed);
-    if (value == get(replacing.var, obs)) return;
-    put(replacing.var, obs, value);
+// One cell, as a block of one would change it; *recast becomes true where its type has changed.
+ReturnCode replace_cell(int obs, double value, bool* recast, Changes* changes) {
+    const int var = replacing.var;
+    const double old = get(var, obs);
+    if (value == old) return 0;
+    StorageType type = current_form(type_now());
+    const bool promotes = replacing.promote && is_integer(type);
+    if (promotes && promoted(type_now(), value) != type_now()) {
+        if (ReturnCode rc = promote_to(promoted(type_now(), value))) return rc;
+        *recast = true;
+        type = current_form(type_now());
+    }
+    put(var, obs, value);
+    double stored = value;
+    if (type != kDouble && !(replacing.promote && is_integer(type))) {
+        stored = get(var, obs);
+        if (is_integer(type) && stored != value) {
+            (is_missing(stored) ? changes->n_made_missing : changes->n_truncated)++;
+        }
+        if (stored == old) return 0;
+    }
     changes->n++;
-    changes->n_to_missing += value >= kSysMissing;
+    changes->n_to_missing += stored >= kSysMissing;
+    return 0;
+}
+
+ReturnCode replace_in_turn(CellTurns* turns, Changes* changes) {
+    return for_each_turn(turns, [turns, changes](int obs, double value) -> ReturnCode {
+        bool recast = false;
+        if (ReturnCode rc = replace_cell(obs, value, &recast, changes)) return rc;
+        if (recast) prepare_turns(replacing.var, turns);
+        return 0;
+    });
 }
 
 // A block beside others that needs no other type may go ahead of one that does: what an integer
 // type holds, every type that it may become holds as well.
 ReturnCode replace_numbers(const RowWorker& worker, const RowBlock& block, Changes* changes) {
     if (block.n_marked == 0) return 0;
-    if (block.n == 1 && type_now() == kDouble && runs_singly(*worker.main)) {
-        replace_one(*worker.main, block.obs, changes);
-        return 0;
-    }
     BlockValues v;
     run_marked(worker, block);
     block_numbers(worker.machine, v.new_values);
@@ -317,10 +338,15 @@ ReturnCode CmdReplace(int) {
     if (first) {
         if (ReturnCode rc = start_replacement()) return rc;
     }
-    const auto work = type_is_string(replacing.old_type) ? replace_texts : replace_numbers;
     Changes changes;
-    const int size = block_size_for(replacing.var);
-    const ReturnCode rc = for_each_block(LoopUse::Both, size, &changes, work);
+    CellTurns turns;
+    ReturnCode rc;
+    if (prepare_turns(replacing.var, &turns)) {
+        rc = replace_in_turn(&turns, &changes);
+    } else {
+        const auto work = type_is_string(replacing.old_type) ? replace_texts : replace_numbers;
+        rc = for_each_block(LoopUse::Both, block_size_for(replacing.var), &changes, work);
+    }
     if (!rc || rc == kBreak) replacing.total.add(changes);  // else restored
     note_changes();
     const bool more_groups = by_state.active && !by_state.last_group;

@@ -18,6 +18,7 @@
 #include "core/session.h"
 #include "core/threads.h"
 #include "data/expression_machine.h"
+#include "data/expression_single.h"
 #include "data/skeleton.h"
 
 namespace korva {
@@ -143,6 +144,40 @@ ReturnCode for_each_block(LoopUse use, int block_size, Totals* totals, Body body
     if (threads > 1) return run_rows_forked(threads, alone, block_size, totals, body);
     int64_t obs = skeleton.first;
     return run_rows(alone, block_size, &obs, skeleton.last, totals, body);
+}
+
+// A loop whose observations wait for each other, in which each cell is finished before the next one
+// is looked at; the expressions are decoded for that.
+struct CellTurns {
+    SingleProgram main;
+    SingleProgram condition;
+    bool tests = false;  // the `if` waits as well; else it runs over blocks
+};
+
+// Decodes for a loop that writes the variable. False: it can run over blocks, or an expression
+// cannot be decoded. Again after the variable was recast.
+bool prepare_turns(int var, CellTurns* turns);
+
+// Runs cell(obs, value) in the range in force where the `if` holds, `value` being what the main
+// expression gives there. A code other than 0 ends the loop, as does a break.
+template <class Cell>
+ReturnCode for_each_turn(CellTurns* turns, Cell cell) {
+    set_run_range(&main_expression, true);
+    set_run_range(&if_expression, true);
+    ExpressionRecord* condition = skeleton.if_given && !turns->tests ? &if_expression : nullptr;
+    const RowWorker alone{&engine_machine, &main_expression, condition, false, false};
+    int64_t first = skeleton.first;
+    int none = 0;
+    const auto body = [&](const RowWorker&, const RowBlock& block, int*) -> ReturnCode {
+        for (int i = 0; i < block.n_marked; i++) {
+            const int obs = block.obs + (block.index ? block.index[i] : i);
+            // A missing condition counts as true.
+            if (turns->tests && run_single(turns->condition, obs) == 0) continue;
+            if (ReturnCode rc = cell(obs, run_single(turns->main, obs))) return rc;
+        }
+        return 0;
+    };
+    return run_rows(alone, kBlockObs, &first, skeleton.last, &none, body);
 }
 
 // Runs the main expression over the block's marked observations.

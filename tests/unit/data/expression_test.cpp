@@ -21,6 +21,7 @@
 #include "data/by.h"
 #include "data/cells.h"
 #include "data/expression_machine.h"
+#include "data/expression_single.h"
 #include "data/function_table.h"
 #include "data/random.h"
 #include "data/row_loop.h"
@@ -472,9 +473,9 @@ struct Grammar {
     int pick(int n) { return int(random() % unsigned(n)); }
 
     std::string numeric(int depth) {
-        static const char* const kLeaves[] = {"x",     "i",       "f",       "wide", "_n",
-                                              "_N",    "1.5",     "-2",      ".b",   "0",
-                                              "1e200", "x[_n-1]", "x[_n+3]", "i[i]", "x[3]"};
+        static const char* const kLeaves[] = {
+            "x", "i",     "f",       "wide",    "_n",   "_N",   "1.5",     "-2",    ".b",
+            "0", "1e200", "x[_n-1]", "x[_n+3]", "i[i]", "x[3]", "x[_n-4]", "i[_n]", "wide[_n-2]"};
         if (depth <= 0) return kLeaves[pick(int(std::size(kLeaves)))];
         static const char* const kBinary[] = {"+",  "-",  "*",  "/", "^", "<",
                                               ">=", "==", "!=", "|", "&"};
@@ -498,7 +499,11 @@ struct Grammar {
     }
 
     std::string textual(int depth) {
-        if (depth <= 0) return pick(2) ? "s" : pick(2) ? "s[_n-1]" : "\"lit\"";
+        if (depth <= 0) {
+            static const char* const kTexts[] = {"s",       "s",       "s[_n-1]",
+                                                 "s[_n-3]", "s[_n+1]", "\"lit\""};
+            return kTexts[pick(int(std::size(kTexts)))];
+        }
         const std::string a = textual(depth - 1);
         switch (pick(6)) {
         case 0: return "upper(" + a + ")";
@@ -522,7 +527,7 @@ TEST_F(Expression, BlocksAndSingleRunsAgree) {
     by_state.active = true;  // a group that begins and ends inside blocks
     by_state.group_first = 20;
     by_state.group_last = 570;
-    int compiled = 0;
+    int compiled = 0, decoded = 0;
     for (unsigned seed = 1; seed <= 1500; seed++) {
         Grammar grammar{std::mt19937(seed)};
         const std::string text = grammar.numeric(1 + int(seed % 4));
@@ -558,13 +563,55 @@ TEST_F(Expression, BlocksAndSingleRunsAgree) {
         }
         ASSERT_EQ(blocks, run_singly(&main_expression, all)) << text;
         ASSERT_EQ(masked, run_singly(&main_expression, some)) << text;
-        if (!runs_singly(main_expression)) continue;
+        SingleProgram single;
+        if (!decode_single(&main_expression, &single)) continue;
+        decoded++;
         std::vector<uint64_t> lone;
-        bool overflowed;
-        for (int obs : all) lone.push_back(bits(run_single(main_expression, obs, &overflowed)));
+        for (int obs : all) lone.push_back(bits(run_single(single, obs)));
         ASSERT_EQ(lone, blocks) << text;
     }
     EXPECT_GT(compiled, 1000);
+    EXPECT_GT(decoded, 500);
+}
+
+// A variable that is replaced by what it held at other observations: in one command, whichever way
+// that runs, and in a command for each observation.
+TEST_F(Expression, AReplacedVariableIsReadInTurn) {
+    const auto all_cells = [] {
+        std::string bytes;
+        for (int var = 1; var <= dataset.nvar; var++) {
+            const size_t width = size_t(type_width(dataset.types[var - 1]));
+            bytes += std::to_string(dataset.types[var - 1]) + " ";
+            for (int obs = 1; obs <= kRows; obs++) {
+                bytes.append(reinterpret_cast<const char*>(rawcell(var, obs)), width);
+            }
+        }
+        return bytes;
+    };
+    static const char* const kTargets[] = {"x", "i", "f", "wide", "s"};
+    int done = 0;
+    for (unsigned seed = 1; seed <= 150; seed++) {
+        Grammar grammar{std::mt19937(seed), kMaxSums};
+        const char* target = kTargets[seed % std::size(kTargets)];
+        const bool is_text = *target == 's';
+        const int depth = 1 + int(seed % 3);
+        std::string text = is_text ? "s=substr(" + grammar.textual(depth) + ",1,30)"
+                                   : target + ("=" + grammar.numeric(depth));
+        if (seed % 4 == 0) text += " if " + grammar.numeric(1);
+        const char* option = seed % 7 == 0 ? ", nopromote" : "";
+        EndEngineTables();
+        SetUp();
+        if (run(CmdReplace, text + option)) continue;
+        done++;
+        const std::string at_once = all_cells();
+        EndEngineTables();
+        SetUp();
+        for (int obs = 1; obs <= kRows; obs++) {
+            ASSERT_EQ(run(CmdReplace, text + " in " + std::to_string(obs) + option), 0) << text;
+        }
+        ASSERT_TRUE(at_once == all_cells()) << text << option;
+    }
+    EXPECT_GT(done, 100);
 }
 
 // --- Commands ---
