@@ -106,6 +106,20 @@ void plain_upper(int s, int t) {
     }
 }
 
+// substr(s,2,3) + "x"
+void plain_part(int s, int t) {
+    const uint64_t pitch = uint64_t(dataset.lrecl);
+    for (int i = 0; i < kRows; i++) {
+        uint8_t* row = dataset.rows + dataset.slot[i] * pitch;
+        const char* from = reinterpret_cast<char*>(row + dataset.offsets[s - 1]);
+        char to[8] = {};
+        int n = 0;
+        for (int k = 1; k < 4 && from[0] && from[k]; k++) to[n++] = from[k];
+        to[n] = 'x';
+        memcpy(row + dataset.offsets[t - 1], to, sizeof to);
+    }
+}
+
 void make_data() {
     if (!StartEngineTables(2048, int64_t(600) << 20)) exit(1);
     session.OutputThreshold = kThresholdQuiet;
@@ -137,41 +151,56 @@ int main() {
     run(CmdGenerate, "double w = 0");
     const int z = 4, w = 5;
     plain_generate(1, z);
-    const double plain = fastest(kRuns, [&] { plain_generate(1, z); });
-    const double engine = fastest(kRuns, [&] {
+    const double plain = fastest_cpu(kRuns, [&] { plain_generate(1, z); });
+    const double engine = fastest_cpu(kRuns, [&] {
         undo_new_variables(w - 1);
         run(CmdGenerate, "double w = sqrt(x)*ln(x+1)-x/3 if mod(_n,3)");
     });
     for (int obs = 1; obs <= kRows; obs++) failures += get(z, obs) != get(w, obs);
     timed("generate sqrt(x)*ln(x+1)-x/3 if mod(_n,3)", 2.0, plain, engine);
 
-    // Two threads; then what cannot be run in parallel, beside what can.
-    settings.procs_use = session.procs = 2;
-    const double forked = fastest(kRuns, [&] {
+    // Two threads: what counts is the time on the clock, so other programs must be quiet.
+    const auto make_w = [&] {
         undo_new_variables(w - 1);
         run(CmdGenerate, "double w = sqrt(x)*ln(x+1)-x/3 if mod(_n,3)");
-    });
+    };
+    double on_clock[2] = {1e300, 1e300};
+    for (int round = 0; round < kRuns; round++) {
+        for (int threads : {1, 2}) {
+            settings.procs_use = session.procs = threads;
+            on_clock[threads - 1] = std::min(on_clock[threads - 1], fastest(1, make_w));
+        }
+    }
     for (int obs = 1; obs <= kRows; obs++) failures += get(z, obs) != get(w, obs);
     settings.procs_use = session.procs = 1;
-    std::printf("  one thread %.4f s, two %.4f s\n", engine, forked);
-    report("the same, two threads beside one", forked / engine, 1 / 1.7);
-    const double parallel = fastest(kRuns, [&] {
+    std::printf("  one thread %.4f s, two %.4f s\n", on_clock[0], on_clock[1]);
+    report("the same, two threads beside one, on the clock", on_clock[1] / on_clock[0], 1 / 1.7);
+    const double parallel = fastest_cpu(kRuns, [&] {
         undo_new_variables(w - 1);
         run(CmdGenerate, "double w = x + 1");
     });
-    const double changed = fastest(kRuns, [&] { run(CmdReplace, "w = x - w"); });
     for (const char* text : {"double w = sum(x)", "double w = x[_n-1]", "double w = x[_N-_n]",
                              "double w = uniform()", "double w = uniform() + uniform()"}) {
-        const double alone = fastest(kRuns, [&] {
+        const double alone = fastest_cpu(kRuns, [&] {
             undo_new_variables(w - 1);
             run(CmdGenerate, text);
         });
         timed(text, 4, parallel, alone);
     }
-    const double chained = fastest(kRuns, [&] { run(CmdReplace, "w = w[_n-1] + 1 if _n > 1"); });
-    timed("replace w = w[_n-1] + 1, beside x - w", 4, changed, chained);
+    constexpr const char* kChained[][2] = {
+        {"w = w[_n-1] + 1 if _n > 1", "w = x - w"},
+        {"w = w[_n-3] + 1", "w = x - w"},
+        {"w = w[_n+1] + 1", "w = x - w"},
+        {"w = max(w[_n-1], x)", "w = max(w, x)"},
+        {"w = cond(x < 5000, w[_n-1] + x, 0)", "w = cond(x < 5000, w + x, 0)"},
+    };
+    for (const auto& [text, free] : kChained) {
+        const double beside = fastest_cpu(kRuns, [&, line = free] { run(CmdReplace, line); });
+        const double chained = fastest_cpu(kRuns, [&, line = text] { run(CmdReplace, line); });
+        timed((std::string("replace ") + text).c_str(), 4, beside, chained);
+    }
 
-    const double plain_lag = fastest(kRuns, [&] {
+    const double plain_lag = fastest_cpu(kRuns, [&] {
         const uint64_t pitch = uint64_t(dataset.lrecl);
         double before = kSysMissing;
         for (int i = 0; i < kRows; i++) {
@@ -181,36 +210,45 @@ int main() {
             before = x;
         }
     });
-    const double lag = fastest(kRuns, [&] {
+    const double lag = fastest_cpu(kRuns, [&] {
         undo_new_variables(w - 1);
         run(CmdGenerate, "double w = x - x[_n-1]");
     });
     timed("generate x - x[_n-1]", 2.4, plain_lag, lag);
-    const double running = fastest(kRuns, [&] {
+    const double running = fastest_cpu(kRuns, [&] {
         undo_new_variables(w - 1);
         run(CmdGenerate, "double w = sum(x)");
     });
     timed("generate sum(x), beside the same loop", 2.4, plain_lag, running);
 
-    const double plain_change = fastest(kRuns, [&] { plain_replace(1, 2); });
-    const double change = fastest(kRuns, [&] { run(CmdReplace, "x = x + 1 if y > 0"); });
+    const double plain_change = fastest_cpu(kRuns, [&] { plain_replace(1, 2); });
+    const double change = fastest_cpu(kRuns, [&] { run(CmdReplace, "x = x + 1 if y > 0"); });
     timed("replace x = x + 1 if y > 0", 2.5, plain_change, change);
 
-    const double plain_counted = fastest(kRuns, [&] { failures += plain_count(2) == 0; });
-    const double counted = fastest(kRuns, [&] { run(CmdCount, "if y > 0"); });
+    const double plain_counted = fastest_cpu(kRuns, [&] { failures += plain_count(2) == 0; });
+    const double counted = fastest_cpu(kRuns, [&] { run(CmdCount, "if y > 0"); });
     timed("count if y > 0", 2.5, plain_counted, counted);
 
     undo_new_variables(w - 1);
     run(CmdGenerate, "str8 t = s");
-    const double plain_texts = fastest(kRuns, [&] { plain_upper(3, w); });
-    const double texts = fastest(kRuns, [&] {
+    const double plain_texts = fastest_cpu(kRuns, [&] { plain_upper(3, w); });
+    const double texts = fastest_cpu(kRuns, [&] {
         undo_new_variables(w - 1);
         run(CmdGenerate, "str8 t = upper(s)");
     });
     timed("generate str8 upper(s)", 2.5, plain_texts, texts);
 
+    undo_new_variables(w - 1);
+    run(CmdGenerate, "str8 t = s");
+    const double plain_parts = fastest_cpu(kRuns, [&] { plain_part(3, w); });
+    const double parts = fastest_cpu(kRuns, [&] {
+        undo_new_variables(w - 1);
+        run(CmdGenerate, "str8 t = substr(s,2,3) + \"x\"");
+    });
+    timed("generate str8 substr(s,2,3) + \"x\"", 3, plain_parts, parts);
+
     ExpressionValue value;
-    const double evaluated = fastest(kRuns, [&] {
+    const double evaluated = fastest_cpu(kRuns, [&] {
         for (int k = 0; k < 100000; k++)
             failures += EvaluateText("7 + 1", ExpressionMode::Number, &value);
     });

@@ -11,6 +11,7 @@
 
 #include "core/commands.h"
 #include "core/missing.h"
+#include "core/poll.h"
 #include "core/scanner.h"
 #include "core/session.h"
 #include "core/settings.h"
@@ -26,6 +27,7 @@
 #include "data/random.h"
 #include "data/row_loop.h"
 #include "data/skeleton.h"
+#include "frontend/frontend.h"
 
 namespace korva {
 namespace {
@@ -665,6 +667,46 @@ TEST_F(Expression, GenerateUndoesItselfOnABreak) {
     EXPECT_EQ(run(CmdGenerate, "str3 y = 5"), 109);
     EXPECT_EQ(dataset.nvar, before);
     EXPECT_EQ(check_dataset(), "");
+}
+
+// The front end raises a break in the middle of a loop that two threads run.
+TEST_F(Expression, ABreakEndsAForkedLoopBetweenBlocks) {
+    constexpr int kMany = 20000;
+    ASSERT_EQ(extend_observations(kMany), 0);
+    for (int obs = 1; obs <= kMany; obs++) put(1, obs, obs);
+    static int pumps;
+    const auto pump_before = frontend.PumpMessages;
+    const int32_t polltime_before = session.polltime, pollcount_before = session.pollcount;
+    frontend.PumpMessages = [] { pumps++ == 2 ? RaiseBreak() : void(); };
+    session.polltime = 0;
+    session.pollcount = 1;
+    session.procs = 2;
+    const int nvar = dataset.nvar;
+    const auto broken = [&](ReturnCode (*command)(int), const char* text) {
+        pumps = 0;
+        const ReturnCode rc = run(command, text);
+        ClearBreak();
+        return rc;
+    };
+    EXPECT_EQ(broken(CmdGenerate, "double y = x + 1"), kBreak);
+    EXPECT_EQ(dataset.nvar, nvar);
+    dataset.sortlist[0] = 1;
+    dataset.sortlist[1] = 0;
+    EXPECT_EQ(broken(CmdReplace, "x = -x"), kBreak);
+    EXPECT_EQ(dataset.sortlist[0], 0);  // what was changed stays, and counts as changed
+    EXPECT_EQ(dataset.changed, 1);
+    int changed = 0;
+    for (int obs = 1; obs <= kMany; obs++) {
+        ASSERT_EQ(std::fabs(get(1, obs)), obs);
+        changed += get(1, obs) < 0;
+    }
+    EXPECT_GE(changed, kBlockObs);
+    EXPECT_LT(changed, kMany);
+    EXPECT_EQ(check_dataset(), "");
+    session.procs = 1;
+    session.polltime = polltime_before;
+    session.pollcount = pollcount_before;
+    frontend.PumpMessages = pump_before;
 }
 
 TEST_F(Expression, GenerateAndCountCrossBlocks) {
