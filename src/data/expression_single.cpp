@@ -42,6 +42,8 @@ enum StepKind : uint8_t {
     kNot,
     kNegate,
     kCond,
+    kMax,
+    kMin,
     kSum,
     kCall
 };
@@ -103,6 +105,11 @@ bool decode_step(const ExpressionRecord& record, const int16_t* code, SingleStep
         step->kind = kCond;
         step->shift = code[1];
         return true;
+    case OP_MAX:
+    case OP_MIN:
+        step->kind = *code == OP_MAX ? kMax : kMin;
+        step->shift = code[1];
+        return true;
     case OP_SUM: step->kind = kSum; return true;
     default: break;
     }
@@ -138,6 +145,20 @@ double computed(double a, double b, bool* overflowed, F f) {
     if (std::fabs(r) < kSysMissing) return r;
     *overflowed = true;
     return kSysMissing;
+}
+
+// The best of k arguments that are not missing, in the place that is returned. The first of them
+// lies on the top.
+template <class F>
+double* best_of(double* top, int64_t k, F better) {
+    double best = *top < kSysMissing ? *top : kSysMissing;
+    for (int64_t j = 1; j < k; j++) {
+        const double y = top[-j];
+        if (y < kSysMissing && (best >= kSysMissing || better(y, best))) best = y;
+    }
+    top -= k - 1;
+    *top = best;
+    return top;
 }
 
 // One lane of the block machine; the arguments end at `top`, the result takes the place of the
@@ -280,6 +301,8 @@ double run_single(const SingleProgram& program, int obs) {
             *top = x < kSysMissing ? chosen : if_missing;
             break;
         }
+        case kMax: top = best_of(top, step->shift, [](double a, double b) { return a > b; }); break;
+        case kMin: top = best_of(top, step->shift, [](double a, double b) { return a < b; }); break;
         case kSum: *top = running_sum(program, *step, *top, &overflowed); break;
         default: top = call(program, *step, obs, top, &overflowed);
         }

@@ -489,7 +489,7 @@ struct Grammar {
         switch (pick(12)) {
         case 0: return std::string(kUnary[pick(int(std::size(kUnary)))]) + "(" + a + ")";
         case 1: return "cond(" + a + "," + b + "," + numeric(depth - 1) + ")";
-        case 2: return "max(" + a + "," + b + ",i)";
+        case 2: return (pick(2) ? "max(" : "min(") + a + "," + b + ",i)";
         case 3: return "mod(" + a + "," + b + ")";
         case 4: return "length(" + textual(depth - 1) + ")";
         case 5: return "(" + textual(depth - 1) + "<" + textual(depth - 1) + ")";
