@@ -55,7 +55,7 @@ void op_REGEXS(BlockMachine* m, const int16_t*) {
         if (n < kSysMissing) RegexSubexpression(count_of(n), &part);
         const int length = std::min(int(part.size()), kMaxStringBytes);
         char* to = lane_bytes(m, out, i);
-        memcpy(to, part.data(), size_t(length));
+        part.copy(to, size_t(length));
         out[i] = {to, length};
     }
 }

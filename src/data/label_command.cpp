@@ -149,7 +149,7 @@ ReturnCode label_data() {
     std::string_view text;
     if (ReturnCode rc = take_last_label(&text)) return rc;
     std::memset(dataset.label, 0, sizeof dataset.label);
-    std::memcpy(dataset.label, text.data(), text.size());
+    text.copy(dataset.label, text.size());
     dataset.changed = 1;
     return 0;
 }
