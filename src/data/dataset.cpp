@@ -65,18 +65,19 @@ void place_tables(uint8_t* block, int32_t maxvar) {
 }
 
 void unmap_area(const DatasetStore& store) {
-    if (store.begin != nullptr) UnmapPages(store.begin, size_t(store.end - store.begin));
+    if (store.begin != nullptr)
+        UnmapPages(store.begin, size_t(store.end - store.begin + kAreaSlack));
     if (store.tables != nullptr) UnmapPages(store.tables, store.table_bytes);
 }
 
 // `state`, which has no data, becomes the store, over a fresh area and fresh tables; what was there
 // goes. False, with everything as it was, if memory is refused.
 bool put_area_under(DatasetStore state, int64_t bytes, int32_t maxvar) {
-    uint8_t* area = static_cast<uint8_t*>(MapPages(size_t(bytes)));
+    uint8_t* area = static_cast<uint8_t*>(MapPages(size_t(bytes + kAreaSlack)));
     if (area == nullptr) return false;
     uint8_t* tables = static_cast<uint8_t*>(MapPages(all_table_bytes(maxvar)));
     if (tables == nullptr) {
-        UnmapPages(area, size_t(bytes));
+        UnmapPages(area, size_t(bytes + kAreaSlack));
         return false;
     }
 
@@ -134,7 +135,8 @@ std::string check_shape() {
     if (used_width() > d.lrecl) return "the used width is above lrecl";
     if (reinterpret_cast<uint8_t*>(d.slot) != d.begin) return "the observation table's place";
     const uint8_t* tables_end = reinterpret_cast<uint8_t*>(d.slot2 + table_slots());
-    if (d.rows < tables_end || uint64_t(d.end - d.rows) != d.memsize) return "the row area's place";
+    const uint8_t* last = d.end + kAreaSlack;
+    if (d.rows < tables_end || d.rows + d.memsize > last) return "the row area's place";
     const uint64_t rows_bytes = uint64_t(d.mobs) * uint64_t(d.lrecl);
     if (rows_bytes + d.M_dyn > d.memsize) return "the rows do not fit";
     return {};

@@ -26,6 +26,14 @@ constexpr const char* kEstimationSample = "(e)";  // hidden byte variable: the e
 using NameText = char[kMaxNameBytes + 1];
 using FormatText = char[kFormatBytes];
 
+// Bytes mapped behind the data area: where a stress build moves the rows by, so that the area still
+// holds what it would.
+#ifdef KORVA_STRESS
+constexpr int64_t kAreaSlack = 64;
+#else
+constexpr int64_t kAreaSlack = 0;
+#endif
+
 struct DatasetStore {
     int32_t nvar = 0;   // variables now defined, hidden ones included
     int32_t nobs = 0;   // observations now defined

@@ -35,7 +35,6 @@ constexpr ReturnCode kShortOfWidth = 9997;
 constexpr ReturnCode kSystemFailure = 9995;  // the observation table is no permutation; told
                                              // already
 #ifdef KORVA_STRESS
-constexpr uint64_t kStressStep = 64;        // the rows begin so much higher if the base would stay
 constexpr int64_t kMostStressMoves = 2000;  // rows up to which a growth without need moves them
 #endif
 
@@ -62,12 +61,9 @@ bool lay_out(int64_t width, Layout* layout) {
     layout->width = width;
     layout->slot2 = reinterpret_cast<uint32_t*>(dataset.begin) + slots;
     const uint64_t tables = (uint64_t(slots) * 8 + 15) / 16 * 16;  // the area begins on a page
-    uint64_t first_row = tables;
-#ifdef KORVA_STRESS
-    if (dataset.rows == dataset.begin + first_row) first_row += kStressStep;
-#endif
-    layout->rows = dataset.begin + first_row;
-    const int64_t row_bytes = area_bytes() - int64_t(first_row);
+    layout->rows = dataset.begin + tables;
+    if (dataset.rows == layout->rows) layout->rows += kAreaSlack;  // moves in a stress build
+    const int64_t row_bytes = area_bytes() - int64_t(tables);
     layout->row_bytes = uint64_t(std::max<int64_t>(row_bytes, 0));
     const int64_t usable = std::max<int64_t>(row_bytes - int64_t(dataset.M_dyn), 0);
     layout->capacity = std::min(slots, usable / width);
