@@ -311,6 +311,12 @@ bool Compiler::is_exponent_sign(int begin, int at, int end) const {
     return is_digit(text[at + 1]);
 }
 
+// True if the ~ at `at` begins an operator. In x~==1 the == is one, and the ~ belongs to the name.
+bool Compiler::is_not_equal(int at, int end) const {
+    const bool with_equal = at + 1 < end && text[at + 1] == '=';
+    return with_equal && !(at + 2 < end && text[at + 2] == '=');
+}
+
 // Where the operand that begins at `begin` ends.
 int Compiler::operand_end(int begin, int end) const {
     int at = begin;
@@ -320,7 +326,7 @@ int Compiler::operand_end(int begin, int end) const {
             at++;
         } else if (c == '(' || c == '[' || c == '"' || (c == '`' && match[at] > at)) {
             at = match[at] + 1;
-        } else if (c == '~' && at > begin && (at + 1 == end || text[at + 1] != '=')) {
+        } else if (c == '~' && at > begin && !is_not_equal(at, end)) {
             at++;  // an abbreviation of a variable's name
         } else if ((c == '+' || c == '-') && is_exponent_sign(begin, at, end)) {
             at++;

@@ -83,6 +83,7 @@ struct Compiler {
     int prefixes_end(int at, int end) const;
     void apply_prefixes(int begin, int end);
     bool is_exponent_sign(int begin, int at, int end) const;
+    bool is_not_equal(int at, int end) const;
     int operand_end(int begin, int end) const;
     void compile_operand(int begin, int end);
     void quoted(int begin, int end);

@@ -310,6 +310,7 @@ TEST_F(Expression, NamesAndSubscripts) {
     EXPECT_EQ(number("wide[3]"), 3);
     EXPECT_EQ(code("wid"), 111);  // two variables
     EXPECT_EQ(number("wi~e[3]"), 3);
+    EXPECT_EQ(number("wide~==wide"), 1);  // the == is found first, so the name is wide~
     EXPECT_EQ(code("L.x"), 111);
     EXPECT_EQ(code("_b[x]"), 111);
     SetResultNumber("total", 42);
