@@ -103,7 +103,7 @@ Match match_tilde(std::string_view name, int32_t* found) {
     }
     int32_t matches = 0;
     for (int var = 1; var <= dataset.nvar; var++) {
-        if (!glob_match(pattern, dataset.names[var - 1])) continue;
+        if (is_hidden(var) || !glob_match(pattern, dataset.names[var - 1])) continue;
         if (++matches == 1) *found = var;
     }
     if (matches == 0) return Match::None;
@@ -154,7 +154,7 @@ ReturnCode append_span(std::vector<int32_t>* list, int32_t from, int32_t to) {
 ReturnCode append_pattern(std::vector<int32_t>* list, std::string_view pattern) {
     bool any = false;
     for (int32_t var = 1; var <= dataset.nvar; var++) {
-        if (!glob_match(pattern, dataset.names[var - 1])) continue;
+        if (is_hidden(var) || !glob_match(pattern, dataset.names[var - 1])) continue;
         any = true;
         if (ReturnCode rc = append(list, var)) return rc;
     }
@@ -215,7 +215,8 @@ struct ListTarget {
 // op.name, op.pattern or op.name-name: every variable with every operator that op stands for.
 ReturnCode append_with_operators(const ListTarget& to, std::string_view word, char** p, char* end) {
     const size_t point = operator_point(word);
-    if (point == word.npos || !is_operator_text(word.substr(0, point))) {
+    if (point == word.npos || point + 1 == word.size() ||
+        !is_operator_text(word.substr(0, point))) {
         *p = end;
         return report_invalid_name(word);
     }
@@ -342,6 +343,7 @@ ReturnCode read_new_name(NewList* to, char** p) {
     ++*p;
     const std::string_view label = read_name(p);
     if (!to->label_names) return ReportError(181);
+    if (label.empty()) return ReportRequired("label name");
     if (!IsValidName(label)) return report_invalid_name(label);
     return add_new(to, name, label);
 }
@@ -433,7 +435,6 @@ bool is_list_end(std::string_view token) {
 }
 
 bool glob_match(std::string_view pattern, std::string_view name) {
-    if (name == kEstimationSample) return false;
     // A mismatch goes back to the last star only, which then takes one character more: an earlier
     // star could not do better, and no pattern costs more than its length times the name's.
     size_t p = 0, n = 0;

@@ -272,6 +272,7 @@ TEST_F(Expression, FunctionsOfStrings) {
     EXPECT_EQ(string("word(\"one\",2)"), "");
     EXPECT_EQ(number("wordcount(\" one two  three \")"), 3);
     EXPECT_EQ(string("trim(\"  a b \")+\"|\""), "a b|");
+    EXPECT_EQ(number("strmatch(\"(e)\",\"(*)\")"), 1);  // only a variable of that name is hidden
     EXPECT_EQ(string("itrim(\" a   b \")"), " a b ");
     EXPECT_EQ(string("proper(\"hELLO mr o'neil\")"), "Hello Mr O'Neil");
     EXPECT_EQ(string("upper(reverse(\"abc\"))"), "CBA");

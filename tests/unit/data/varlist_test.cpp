@@ -114,7 +114,6 @@ TEST_F(Varlist, GlobTakesNoMoreTimeThanItsLengths) {
     EXPECT_TRUE(glob_match("a*b?d*", "axxbcd"));
     EXPECT_TRUE(glob_match("*ab", "aab"));
     EXPECT_FALSE(glob_match("a*b", "abc"));
-    EXPECT_FALSE(glob_match("*", kEstimationSample));
     // A matcher that tries every suffix at every star would not come back from this one.
     std::string stars, name(32, 'a');
     for (int k = 0; k < 16; k++) stars += "*a";
