@@ -134,7 +134,7 @@ ReturnCode parse_in(const Permissions& permit) {
     if (permit.in_range == kForbidden) return ReportNotAllowed("in");
     if (skeleton.in_given) return ReportInvalidSyntax();
     skeleton.in_given = true;
-    return parse_in_range(&skeleton.first, &skeleton.last);
+    return parse_in_range(&skeleton.first, &skeleton.last, permit.in_range == kSpecial);
 }
 
 ReturnCode parse_using(const Permissions& permit) {

@@ -21,7 +21,7 @@ namespace korva {
 enum Permission : uint8_t {
     kAllowed = 0,
     kRequired = 1,
-    kSpecial = 2,  // using: the empty form means the last file
+    kSpecial = 2,  // using: the empty form means the last file; in: it may end beyond the data
     kForbidden = 3,
     kStringsToo = 4,  // if: compiled with strings permitted
 };
@@ -180,7 +180,7 @@ bool is_list_end(std::string_view token);
 // ? one character, * any run; case counts.
 bool glob_match(std::string_view pattern, std::string_view name);
 
-// An observation range behind `in`, which was taken.
-ReturnCode parse_in_range(int32_t* first, int32_t* last);
+// An observation range behind `in`, which was taken. It ends within the data unless `beyond_data`.
+ReturnCode parse_in_range(int32_t* first, int32_t* last, bool beyond_data = false);
 
 }  // namespace korva

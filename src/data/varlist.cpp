@@ -23,7 +23,8 @@ namespace korva {
 namespace {
 
 constexpr SeparatorSet kNotInNames{"\\!@#$%^&*()-+=[]{}:;,'\"~<>?/|."};
-constexpr int kMaxSuffixDigits = 9;  // of a range of new names: more do not fit a count
+constexpr int32_t kLastOfAnyData = 0x7FFFFFFE;  // what l is where a range may exceed the data
+constexpr int kMaxSuffixDigits = 9;             // of a range of new names: more do not fit a count
 
 bool is_name_byte(char c) {
     return uint8_t(c) > ' ' && c != 127 && !kNotInNames.has[uint8_t(c)];
@@ -586,8 +587,8 @@ void undo_new_variables(int32_t nvar_before) {
     }
 }
 
-ReturnCode parse_in_range(int32_t* first, int32_t* last) {
-    const int32_t last_obs = dataset.nobs;
+ReturnCode parse_in_range(int32_t* first, int32_t* last, bool beyond_data) {
+    const int32_t last_obs = beyond_data ? kLastOfAnyData : dataset.nobs;
     int64_t from = 0;
     if (ReturnCode rc = parse_bound(last_obs, &from)) return rc;
     int64_t until = from;

@@ -85,6 +85,14 @@ TEST_F(Skeleton, ForbiddenAndRequiredPartsHaveTheirCodes) {
     permit.in_range = kRequired;
     EXPECT_EQ(parse("x if x", permit), 100);
     permit = {};
+    permit.in_range = kSpecial;  // may end beyond the data
+    EXPECT_EQ(parse("in 3/l", permit), 0);
+    EXPECT_EQ(skeleton.last, 0x7FFFFFFE);
+    EXPECT_EQ(parse("in 11/2147483646", permit), 0);
+    EXPECT_EQ(parse("in 11/2147483647", permit), 198);
+    EXPECT_EQ(parse("in -1", permit), 0);
+    EXPECT_EQ(skeleton.first, 10);
+    permit = {};
     permit.one_of_varlist_if_in = true;
     EXPECT_EQ(parse("", permit), 100);
     EXPECT_EQ(parse("if x", permit), 0);
