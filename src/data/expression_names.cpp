@@ -267,7 +267,8 @@ void Compiler::routine(const FunctionRow& row, int begin, int end) {
     case FunctionRoutine::Sum: return running_sum(begin, end);
     case FunctionRoutine::Missing: return missing(begin, end);
     case FunctionRoutine::InRange: return by_first_type(begin, end, 3, 3, OP_INRANGE, OP_INRANGE_S);
-    case FunctionRoutine::InList: return by_first_type(begin, end, 2, 240, OP_INLIST, OP_INLIST_S);
+    case FunctionRoutine::InList:
+        return by_first_type(begin, end, 2, kManyArguments, OP_INLIST, OP_INLIST_S);
     case FunctionRoutine::Plural: return plural(begin, end);
     case FunctionRoutine::Scalar: return scalar(begin, end);
     case FunctionRoutine::Variable: return variable_by_name(begin, end);

@@ -39,6 +39,9 @@ enum class FunctionRoutine : uint8_t {
     Later,  // known by name, not built yet
 };
 
+// As many as are wanted: the stack of operands ends the list before.
+constexpr int16_t kManyArguments = 2400;
+
 struct FunctionRow {
     std::string_view name;
     FunctionKind kind = FunctionKind::Fixed;

@@ -420,6 +420,11 @@ TEST_F(Expression, LimitsEndInACode) {
     EXPECT_EQ(code(texts), 130);  // 11 strings wait at once
     for (int k = 0; k < 250; k++) right = "1+(" + right + ")";
     EXPECT_EQ(code(right), 130);  // 251 numbers wait at once
+    std::string list = "1";
+    for (int k = 0; k < 248; k++) list += ",2";
+    EXPECT_EQ(number("max(" + list + ",9)"), 9);  // as many as the stack holds
+    EXPECT_EQ(number("inlist(9," + list + ")"), 0);
+    EXPECT_EQ(code("max(" + list + ",9,9)"), 130);
     const std::string open(80000, '('), close(80000, ')');
     EXPECT_EQ(number(open + "7" + close), 7);
     EXPECT_EQ(code(open), 132);
