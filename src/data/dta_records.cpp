@@ -1,9 +1,10 @@
 // data/dta_records.cpp - expansion records and value labels: what a dataset file says in texts.
 //
 // Everything becomes a store record at once, under a kind that nobody looks up, so that a file that
-// turns out to be damaged further on leaves none of them behind. Giving a record its real kind later is a
-// matter of two lists and cannot fail. A characteristic or table that comes twice replaces the
-// first; the index that finds it keeps the load of many characteristics of one owner linear.
+// turns out to be damaged further on leaves none of them behind. Giving a record its real kind
+// later is a matter of two lists and cannot fail. A characteristic or table that comes twice
+// replaces the first; the index that finds it keeps the load of many characteristics of one owner
+// linear.
 #include <iterator>
 #include <unordered_map>
 #include <unordered_set>
