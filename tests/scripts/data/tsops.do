@@ -85,3 +85,14 @@ program temporaries
 end
 temporaries
 display c(k)
+* tin() has its ends, twithin() has not, and an end left out is open. By hand: six quarters, less two.
+drop _all
+quietly set obs 40
+generate t = _n - 1
+tsset t, quarterly
+count if tin(1962q1, 1963q2)
+assert r(N) == 6
+count if twithin(1962q1, 1963q2)
+assert r(N) == 4
+count if tin(, 1960q3) | tin(1969q1, )
+assert r(N) == 7
