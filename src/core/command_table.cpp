@@ -151,7 +151,7 @@ constexpr CommandRow kCommands[] = {
     {"fdasave",           6, false, nullptr,      0},
     {"fdause",            6, false, nullptr,      0},
     {"fft",               3, true,  nullptr,      0},
-    {"format",            4, false, nullptr,      0},
+    {"format",            4, false, CmdFormat,    0},
     {"file",              4, false, nullptr,      0},
     {"filefilter",        5, false, nullptr,      0},
     {"flist",             2, true,  CmdList,      1},

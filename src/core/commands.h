@@ -61,6 +61,7 @@ ReturnCode CmdCompress(int);
 ReturnCode CmdDebug(int);  // debug recast, check, tsset
 ReturnCode CmdDrop(int);   // argument: 0 drop, 1 keep
 ReturnCode CmdExpand(int);
+ReturnCode CmdFormat(int);
 ReturnCode CmdGenerate(int);
 ReturnCode CmdLabel(int);
 ReturnCode CmdList(int);  // argument: 0 list, 1 flist
