@@ -14,6 +14,7 @@
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/skeleton.h"
+#include "engine_run.h"
 #include "yardstick.h"
 
 namespace {
@@ -22,17 +23,6 @@ using namespace korva;
 
 constexpr int kRows = 5000000;
 constexpr int kRuns = 5;
-int failures = 0;
-
-void run(ReturnCode (*command)(int), const char* arguments) {
-    std::string line = arguments;
-    SetScanPointer(line.data());
-    ResetSkeleton();
-    if (ReturnCode rc = command(0)) {
-        std::printf("%s: code %d\n", arguments, rc);
-        failures++;
-    }
-}
 
 // The rows as they are before each run.
 struct Snapshot {

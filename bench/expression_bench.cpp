@@ -20,6 +20,7 @@
 #include "data/dataset.h"
 #include "data/expression.h"
 #include "data/skeleton.h"
+#include "engine_run.h"
 #include "yardstick.h"
 
 namespace {
@@ -29,17 +30,6 @@ using namespace korva;
 constexpr int kRows = 5000000;
 constexpr int kRuns = 5;
 constexpr int kClockRounds = 25;  // on the clock: until a quiet moment comes
-int failures = 0;
-
-void run(ReturnCode (*command)(int), const char* arguments) {
-    std::string line = arguments;
-    SetScanPointer(line.data());
-    ResetSkeleton();
-    if (ReturnCode rc = command(0)) {
-        std::printf("%s: code %d\n", arguments, rc);
-        failures++;
-    }
-}
 
 double load(const uint8_t* cell) {
     double x;

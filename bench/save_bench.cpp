@@ -24,6 +24,7 @@
 #include "data/dataset.h"
 #include "data/dta_write.h"
 #include "data/skeleton.h"
+#include "engine_run.h"
 #include "yardstick.h"
 
 namespace {
@@ -36,7 +37,6 @@ constexpr size_t kBlockBytes = 24000;
 constexpr StorageType kTypes[] = {kDouble, kFloat, kLong, kInt, kByte, kDouble};
 constexpr int kWideVars = 200;
 constexpr int kWideRows = 100000;
-int failures = 0;
 
 void make_dataset() {
     clear_dataset();
@@ -103,12 +103,6 @@ void save_unflushed(const char* path) {
     make_time_stamp(stamp);
     failures += write_dta({write_plainly, &fd}, {}, stamp) != 0;
     close(fd);
-}
-
-void run(ReturnCode (*command)(int), std::string line) {
-    SetScanPointer(line.data());
-    ResetSkeleton();
-    failures += command(0) != 0;
 }
 
 // The fastest of each, taken in turn, so that what else the machine does meets both.

@@ -15,6 +15,7 @@
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/skeleton.h"
+#include "engine_run.h"
 #include "yardstick.h"
 
 namespace {
@@ -23,17 +24,6 @@ using namespace korva;
 
 constexpr int kRows = 5000000;
 constexpr int kRuns = 5;
-int failures = 0;
-
-void summarize(const char* arguments) {
-    std::string line = arguments;
-    SetScanPointer(line.data());
-    ResetSkeleton();
-    if (ReturnCode rc = CmdSummarize(0)) {
-        std::printf("summarize %s: code %d\n", arguments, rc);
-        failures++;
-    }
-}
 
 struct PlainMoments {
     int n = 0;
@@ -92,7 +82,7 @@ void make_data() {
 void compare(const char* arguments, int var, bool if_positive) {
     PlainMoments m;
     const double plain = fastest(kRuns, [&] { m = plain_summarize(var, if_positive); });
-    const double engine = fastest(kRuns, [&] { summarize(arguments); });
+    const double engine = fastest(kRuns, [&] { run(CmdSummarize, arguments); });
     for (const auto& [expression, value] : {std::pair("r(N)", double(m.n)),
                                             {"r(mean)", m.mean},
                                             {"r(Var)", m.variance},

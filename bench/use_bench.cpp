@@ -19,6 +19,7 @@
 #include "data/cells.h"
 #include "data/dataset.h"
 #include "data/skeleton.h"
+#include "engine_run.h"
 #include "yardstick.h"
 
 namespace {
@@ -28,7 +29,6 @@ using namespace korva;
 constexpr int kRows = 4000000;
 constexpr int kRuns = 5;
 constexpr size_t kBlockBytes = 24000;
-int failures = 0;
 
 struct Field {
     const char* name;
@@ -111,10 +111,7 @@ void plain_use(const char* path, size_t rows_at, uint8_t* rows, size_t pitch) {
 }
 
 void use(const char* path) {
-    std::string line = "\"" + std::string(path) + "\", clear";
-    SetScanPointer(line.data());
-    ResetSkeleton();
-    failures += CmdUse(0) != 0;
+    run(CmdUse, "\"" + std::string(path) + "\", clear");
 }
 
 void check_rows() {

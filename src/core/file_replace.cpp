@@ -15,6 +15,7 @@
 
 #include "core/alloc.h"
 #include "core/return_codes.h"
+#include "core/upcalls.h"
 
 namespace korva {
 
@@ -123,6 +124,7 @@ ReturnCode BeginReplace(FileReplacement* file, std::string_view path) {
         return ReportFileError(603, path);
     }
     if (exists && !S_ISREG(status.st_mode)) return ReportFileError(603, path);
+    if (exists && IsLogFile(file->target)) return ReportError(604);
     if (exists && !may_be_written(file->target, status)) return ReportFileError(608, path);
     // Nobody else reads what is written before it has the rights of the old file.
     file->fd = open_beside(directory_of(file->target), exists ? 0600 : kNewFileMode, &file->beside);

@@ -32,8 +32,8 @@ struct FileReplacement {
 };
 
 // Opens the file beside `path`, with the rights of what stands there now. 603 with words when the
-// directory refuses it or the path is none of a regular file; 608 when the present file may not be
-// written.
+// directory refuses it or the path is none of a regular file; 604 when a log is written there; 608
+// when the present file may not be written.
 ReturnCode BeginReplace(FileReplacement* file, std::string_view path);
 
 // Adds n bytes; 693 or, for want of space, 699, with words.

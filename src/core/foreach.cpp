@@ -49,17 +49,7 @@ ReturnCode LoopBody::run(std::string_view value) {
     session.ConsoleBuffer[0] = 0;
     SetScanPointer(session.ConsoleBuffer);
     was_run = true;
-    bool leave;
-    ReturnCode code;
-    {
-        LoopGuard loop;
-        code = RunBlock();
-        leave = session.ContinueState == 2;
-    }
-    if (code || session.Unwind) return code;
-    if (session.BreakFlag) return kBreak;
-    goes_on = !leave;
-    return 0;
+    return RunLoopPass(&goes_on);
 }
 
 // The end of a loop that may have made no pass: its body is then passed over.

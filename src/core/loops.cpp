@@ -176,6 +176,25 @@ ReturnCode run_from_source(const LoopWord& word, const std::string& line) {
     return code;
 }
 
+}  // namespace
+
+ReturnCode RunLoopPass(bool* goes_on) {
+    *goes_on = false;
+    bool leave;
+    ReturnCode code;
+    {
+        LoopGuard loop;
+        code = RunBlock();
+        leave = session.ContinueState == 2;
+    }
+    if (code || session.Unwind) return code;
+    if (session.BreakFlag) return kBreak;
+    *goes_on = !leave;
+    return 0;
+}
+
+namespace {
+
 // One pass of the while whose line was just read from a program.
 ReturnCode run_while() {
     const int32_t line = session.ProgramLine - 1;
@@ -191,20 +210,13 @@ ReturnCode run_while() {
         session.ExecuteFlag = 0;
         return RunBlock();
     }
-    bool leave;
-    ReturnCode code;
-    {
-        LoopGuard loop;
-        code = RunBlock();
-        leave = session.ContinueState == 2;
-    }
-    if (code || session.Unwind) return code;
-    if (session.BreakFlag) return kBreak;
-    if (!leave) {
+    bool goes_on;
+    const ReturnCode code = RunLoopPass(&goes_on);
+    if (goes_on) {
         session.ProgramLine = line;
         blocks.pending.clear();  // the text behind the closing brace is for the loop's end
     }
-    return 0;
+    return code;
 }
 
 // Below version 8 a body may begin on the loop's own line, which can then be no jump target. A

@@ -27,6 +27,10 @@ struct LoopGuard {
     uint8_t in_loop, continue_state, if_taken, execute;
 };
 
+// Runs the block whose opening brace the scanner stands behind as one pass; kBreak, too, when the
+// user broke in. *goes_on: the code is 0 and nothing has left the loop.
+ReturnCode RunLoopPass(bool* goes_on);
+
 // All passes of the loop whose line was just read from a program and expanded; the scanner stands
 // behind its word. Whatever happens, the next line of the program is the one behind the body.
 ReturnCode RunForeach();

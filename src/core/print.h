@@ -12,10 +12,11 @@
 
 namespace korva {
 
-ReturnCode out_text(std::string_view text);   // literal text, in the style of the current kind
-ReturnCode out_plain(std::string_view text);  // literal text, no style change
-ReturnCode out_tmrk(std::string_view text);   // mark-up, no style change
-ReturnCode out_char(int c);                   // 10 and 32 as mark-up, others as text
+ReturnCode out_text(std::string_view text);    // literal text, in the style of the current kind
+ReturnCode out_result(std::string_view text);  // the same in result style, whatever the kind
+ReturnCode out_plain(std::string_view text);   // literal text, no style change
+ReturnCode out_tmrk(std::string_view text);    // mark-up, no style change
+ReturnCode out_char(int c);                    // 10 and 32 as mark-up, others as text
 ReturnCode out_newline();
 ReturnCode out_spaces(int n);
 ReturnCode out_fill(char c, int n);  // n copies of c; n <= 0 nothing

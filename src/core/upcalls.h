@@ -51,6 +51,10 @@ void LogTypedLine(std::string_view line);
 // The session ends: every log and the command log close with their closing headers.
 void CloseLogs();
 
+// True if this session writes a log to the file of the path: one that is on or off, the command
+// log, or that of a batch run. Whoever wrote there too would damage both (output/log.cpp).
+bool IsLogFile(const std::string& path);
+
 // --- data/: the dataset ---
 
 // Maps the data area of `bytes` bytes and makes the variable tables for `maxvar` variables,

@@ -128,11 +128,6 @@ Shape measure(bool all) {
     return shape;
 }
 
-void print_value(std::string_view text) {
-    LevelGuard level(kLevelResult);
-    out_text(text);
-}
-
 // Where labels stand on a line of the present size.
 struct Layout {
     int width = ResultsWidth();
@@ -152,7 +147,7 @@ size_t piece_of(std::string_view text, const Layout& layout, int columns) {
 void print_pieces(std::string_view text, const Layout& layout, int indent, int whole) {
     const int columns = layout.width - indent;
     if (int(text.size()) <= std::max(columns, whole)) {
-        print_value(text);
+        out_result(text);
         out_newline();
         return;
     }
@@ -161,7 +156,7 @@ void print_pieces(std::string_view text, const Layout& layout, int indent, int w
         const size_t n = piece_of(text, layout, columns);
         const std::string_view piece = text.substr(0, n);
         const bool at_blank = layout.width != kLayoutColumns && piece.ends_with(' ');
-        print_value(at_blank ? piece.substr(0, n - 1) : piece);
+        out_result(at_blank ? piece.substr(0, n - 1) : piece);
         out_newline();
         text.remove_prefix(n);
     }
@@ -173,11 +168,11 @@ void print_pieces(std::string_view text, const Layout& layout, int indent, int w
 void print_count(const char* word, int64_t count, int64_t limit, bool detail,
                  std::string_view text) {
     out_text(word);
-    print_value(WithCommas(count, kCountColumns));
+    out_result(WithCommas(count, kCountColumns));
     int column = int(std::strlen(word)) + kCountColumns;
     if (detail) {
         out_text(" (max=");
-        print_value(WithCommas(limit, kMaxColumns));
+        out_result(WithCommas(limit, kMaxColumns));
         out_text(")");
         column += 6 + kMaxColumns + 1;
     }
@@ -221,7 +216,7 @@ void print_header(const Shape& shape, bool detail, const Subject& subject) {
     out_text("Contains data");
     if (dataset.filename[0]) {
         out_text(" from ");
-        print_value(dataset.filename);
+        out_result(dataset.filename);
     }
     out_newline();
 
@@ -229,7 +224,7 @@ void print_header(const Shape& shape, bool detail, const Subject& subject) {
     print_count(" vars:", shape.nvar, shape.nvar_max, detail, subject.date());
 
     out_text(" size:");
-    print_value(WithCommas((shape.width + kRowOverhead) * shape.nobs, kCountColumns));
+    out_result(WithCommas((shape.width + kRowOverhead) * shape.nobs, kCountColumns));
     int column = int(std::strlen(" size:")) + kCountColumns;
     if (!detail) {
         char text[40];
@@ -272,7 +267,7 @@ void print_name(int32_t var, const DescribeOptions& options) {
     }
     const std::string shown = options.fullnames ? std::string(name)
                                                 : abbreviate_name(name, kNameColumns);
-    print_value(shown);
+    out_result(shown);
     const int columns = int(shown.size());
     if (columns > kNameColumns) {
         out_newline();
@@ -368,7 +363,7 @@ void print_sort_order() {
             out_spaces(2);
             column += 2;
         }
-        print_value(name);
+        out_result(name);
         column += int(name.size());
     }
     out_newline();

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "core/commands.h"
-#include "core/names.h"
 #include "core/print.h"
 #include "core/return_codes.h"
 #include "core/scanner.h"

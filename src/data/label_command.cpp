@@ -118,11 +118,6 @@ std::string key_text(int32_t key) {
     return is_missing_key(key) ? MacroNumber(label_number(key)) : std::to_string(key);
 }
 
-void print_result(std::string_view text) {
-    const LevelGuard level(kLevelResult);
-    out_text(text);
-}
-
 // The formats of the variables that have the table show its longest label.
 void widen_formats(std::string_view table) {
     int32_t longest = -1;  // not yet known
@@ -274,7 +269,7 @@ ReturnCode list_table(const std::string& name, const LabelTable& table) {
     for (int i = 0; i < table.n; i++) {
         const std::string value = key_text(table.values[i]);
         out_spaces(kValueColumns - int(value.size()));
-        print_result(value);
+        out_result(value);
         out_text(" ");
         out_text(table.label(i));
         out_newline();

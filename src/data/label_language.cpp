@@ -195,11 +195,6 @@ ReturnCode report_language(const std::string& name, const char* fault, ReturnCod
     return rc;
 }
 
-void print_result(std::string_view text) {
-    const LevelGuard level(kLevelResult);
-    out_text(text);
-}
-
 void say_current(const std::string& name) {
     const LevelGuard level(kLevelText);
     out_textf("(language %s now current language)\n", name.c_str());
@@ -217,17 +212,17 @@ ReturnCode list_languages() {
                      "In this dataset, value and variable labels\n"
                      "have been defined in only one\n"
                      "language:  ");
-            print_result(languages.current);
+            out_result(languages.current);
             out_tmrk("{p_end}\n");
         } else {
             out_text("    Available languages:\n");
             out_text("            ");
-            print_result(languages.current);
+            out_result(languages.current);
             out_text(" (current)\n");
         }
         for (const std::string& name : languages.others) {
             out_text("            ");
-            print_result(name);
+            out_result(name);
             out_newline();
             AppendWord(&list, name);
         }

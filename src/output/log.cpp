@@ -270,7 +270,7 @@ bool cut_file(int handle) {
 ReturnCode open_log_file(const std::string& filename, const LogOptions& options, int* handle) {
     std::string path;
     if (ReturnCode rc = LocalPath(filename, &path)) return rc;
-    if (is_log_file(path)) return ReportError(604);
+    if (IsLogFile(path)) return ReportError(604);
     if (ReturnCode rc = open_file(filename, path, options.append || options.replace, handle))
         return rc;
     if (options.replace && !options.append && !cut_file(*handle)) {
@@ -540,7 +540,7 @@ bool is_cmdlog_line(std::string_view line) {
 
 }  // namespace
 
-bool is_log_file(const std::string& path) {
+bool IsLogFile(const std::string& path) {
     struct stat file;
     if (stat(path.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) return false;
     if (is_same_file(logs.log.handle, file) || is_same_file(logs.command.handle, file) ||

@@ -33,8 +33,4 @@ struct LogState {
 };
 extern LogState logs;  // defined in output/log.cpp
 
-// True if this session writes a log to the file of the path: one that is on or off, the command
-// log, or that of a batch run. Whoever writes there too would damage both.
-bool is_log_file(const std::string& path);
-
 }  // namespace korva

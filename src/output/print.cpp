@@ -104,6 +104,11 @@ ReturnCode out_text(std::string_view text) {
     return pending_code();
 }
 
+ReturnCode out_result(std::string_view text) {
+    const LevelGuard level(kLevelResult);
+    return out_text(text);
+}
+
 ReturnCode out_plain(std::string_view text) {
     if (!shows()) return drop();
     out_literal(print_state.current, text);

@@ -17,7 +17,6 @@
 #include "core/return_codes.h"
 #include "core/scanner.h"
 #include "core/session.h"
-#include "output/log.h"
 #include "output/results.h"
 #include "output/translation.h"
 
@@ -160,11 +159,10 @@ ReturnCode open_source_file(const Files& files, SourceFile* source) {
     return rc != 0 ? ReportFileError(rc, files.source) : 0;
 }
 
-// An existing target needs `replace`, and must not be a log that is being written.
+// An existing target needs `replace`.
 ReturnCode check_target(const Files& files) {
-    if (!FileExists(files.target_path.c_str())) return 0;
-    if (!files.replace) return ReportFileError(602, files.target);
-    return is_log_file(files.target_path) ? ReportError(604) : 0;
+    if (files.replace || !FileExists(files.target_path.c_str())) return 0;
+    return ReportFileError(602, files.target);
 }
 
 ReturnCode write_target(void* data, std::string_view bytes) {

@@ -101,3 +101,11 @@ program middle
     quietly log close
 end
 middle
+* Nobody writes over a log that is open.
+quietly set obs 1
+generate x = 1
+quietly log using guard, text
+capture noisily save guard.log, replace
+display _rc
+quietly log close
+save guard.log, replace
